@@ -1,0 +1,56 @@
+#include "app/LogLine.h"
+
+#include <cstdio>
+
+namespace ponmgr {
+
+namespace {
+
+// Long enough for the longest line in one write: a received message is at most 1 MiB, but nearly
+// all lines are shorter than this.
+constexpr std::size_t kLineBufferSize = 64 * 1024;
+
+void write(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+std::string place(const char* function, int line) {
+    return std::string(function) + "[" + std::to_string(line) + "]";
+}
+
+}  // namespace
+
+void startLog() {
+    std::setvbuf(stdout, nullptr, _IOLBF, kLineBufferSize);
+}
+
+void printLine(const std::string& text) {
+    write(text + "\n");
+}
+
+void printUnended(const std::string& text) {
+    write(text);
+    std::fflush(stdout);
+}
+
+void printUnknownError(const char* operation) {
+    printLine(std::string("Unknown Error at ") + operation);
+}
+
+void printException(const char* function, int line, const Exception& exception) {
+    printLine(place(function, line) + ": Exception: " + exception.what());
+}
+
+void printUnexpectedException(const char* function, int line) {
+    printLine(place(function, line) + ": Unexpected exception");
+}
+
+void printReceiveError(const char* function, int line, const std::string& text) {
+    printLine(place(function, line) + "-Error: " + text);
+}
+
+void printFatalError(const char* function, int line, const std::string& text) {
+    printUnended("Fatal Error - " + place(function, line) + ": " + text + "\n");
+}
+
+}  // namespace ponmgr

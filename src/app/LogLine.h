@@ -1,0 +1,52 @@
+#pragma once
+
+#include <string>
+
+#include "app/Exception.h"
+
+namespace ponmgr {
+
+// The daemon's log is its standard output, and these are all the forms of its lines. Each line is
+// composed whole and written once, so that lines of different threads never mix. Any thread.
+
+/// Makes standard output line-buffered, so that a pipe or the journal sees each line at once. Once,
+/// before anything is written.
+void startLog();
+
+/// text and a line end
+void printLine(const std::string& text);
+
+/// text without a line end, flushed
+void printUnended(const std::string& text);
+
+/// "Unknown Error at " + operation: for what is caught and is no Exception
+void printUnknownError(const char* operation);
+
+/// function[line]: Exception: what()
+void printException(const char* function, int line, const Exception& exception);
+
+/// function[line]: Unexpected exception
+void printUnexpectedException(const char* function, int line);
+
+/// function[line]-Error: text
+void printReceiveError(const char* function, int line, const std::string& text);
+
+/// Fatal Error - function[line]: text, flushed: the process ends right after it
+void printFatalError(const char* function, int line, const std::string& text);
+
+/// Runs `body`. An Exception is printed by its what(), anything else as "Unknown Error at " +
+/// operation; neither goes further. Returns whether the body ended by itself.
+template <typename Body>
+bool printFailures(const char* operation, Body&& body) {
+    try {
+        body();
+        return true;
+    } catch (const Exception& exception) {
+        printLine(exception.what());
+    } catch (...) {
+        printUnknownError(operation);
+    }
+    return false;
+}
+
+}  // namespace ponmgr

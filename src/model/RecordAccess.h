@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+#include "model/Container.h"
+#include "model/Helper.h"
+
+namespace ponmgr {
+
+// The rules by which the inventory records read and write their Container.
+
+/// "1" for true, "0" for false.
+inline void setFlag(Container& record, const std::string& key, bool value) {
+    record.setValue(key, value ? "1" : "0", false);
+}
+
+/// True for exactly "1"; "-" and "" are false.
+inline bool getFlag(const Container& record, const std::string& key) {
+    return record.getValue(key) == "1";
+}
+
+/// A MAC address as requests take it: its hex digits without the colons.
+inline std::string toHexMac(const std::string& mac) {
+    return Helper::replaceAll(mac, ":", "");
+}
+
+}  // namespace ponmgr

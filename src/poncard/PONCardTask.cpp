@@ -1,0 +1,280 @@
+#include "poncard/PONCardTask.h"
+
+#include <pthread.h>
+
+#include <utility>
+
+#include "app/LogLine.h"
+#include "poncard/PingProbe.h"
+#include "tk/SocketHelper.h"
+
+namespace ponmgr {
+
+namespace {
+
+/// Full passes between two checks that the card still holds its configuration, less one.
+constexpr unsigned kRecheckAfter = 10;
+
+}  // namespace
+
+struct PONCardTask::Command {
+    const char* uri;
+    void (*carryOut)(PONCardTask& slot, const PMTask& task);
+};
+
+// In the order in which they are compared with the task's whole name.
+const PONCardTask::Command PONCardTask::kCommands[] = {
+    {"/slot/enable", [](PONCardTask& slot, const PMTask&) { slot.helper.doEnableOLT(); }},
+    {"/slot/disable", [](PONCardTask& slot, const PMTask&) { slot.helper.doDisableOLT(); }},
+    {"/slot/reset", [](PONCardTask& slot, const PMTask&) { slot.helper.doResetOLT(); }},
+    {"/olt/src_ip",
+     [](PONCardTask& slot, const PMTask& task) {
+         slot.setSourceIpAddress(task.getDataValue("ip_address"));
+     }},
+    {"/olt/ip", [](PONCardTask& slot,
+                   const PMTask& task) { slot.setOltIpAddress(task.getDataValue("ip_address")); }},
+};
+
+PONCardTask::PONCardTask(const PONCardTiming& slotTiming)
+    : timing(slotTiming), helper(slotTiming) {}
+
+PONCardTask::~PONCardTask() = default;
+
+void PONCardTask::prepare(const std::string& interface, const std::string& slot) {
+    interfaceName = interface;
+    slotId = slot;
+    socketHelper = SocketHelper::getInstance(interface);
+    helper.start(interface, slot);
+}
+
+void PONCardTask::start(const std::string& interface, const std::string& slot) {
+    prepare(interface, slot);
+    const auto startLoop = [this](void (PONCardTask::*loop)(), const char* name) {
+        std::thread thread([this, loop] { (this->*loop)(); });
+        pthread_setname_np(thread.native_handle(), ("slot" + slotId + name).c_str());
+        return thread;
+    };
+    mainThread = startLoop(&PONCardTask::mainLoop, "-main");
+    taskThread = startLoop(&PONCardTask::taskLoop, "-task");
+    pingThread = startLoop(&PONCardTask::pingLoop, "-ping");
+}
+
+void PONCardTask::waitFinish() {
+    mainThread.join();
+    taskThread.join();
+    pingThread.join();
+}
+
+// --- main loop ---
+
+void PONCardTask::mainLoop() {
+    for (;;) {
+        runMainPass();
+        std::this_thread::sleep_for(timing.passPause);
+    }
+}
+
+void PONCardTask::runMainPass() {
+    const std::lock_guard lock(cardMutex);
+    helper.doReportOLTModule();
+    if (isReady()) {
+        pollCard();
+        return;
+    }
+    // With the card mutex held: an idle slot takes its commands one second out of two. What is
+    // sent to a slot before its address is then carried out after the address has settled.
+    std::this_thread::sleep_for(timing.passPause);
+}
+
+bool PONCardTask::isReady() {
+    return !oltIpAddress.get().empty() && socketHelper->hasDone();
+}
+
+void PONCardTask::pollCard() {
+    if (identifyCard() || configureCardWhenUnmarked()) {
+        return;
+    }
+    if (!checkDomain()) {
+        return;
+    }
+    recheckWhenDue();
+}
+
+/// Steps that end the pass return true.
+bool PONCardTask::identifyCard() {
+    if (!helper.hasOltMacAddress()) {
+        helper.doRequestOltEponMac();
+        return true;
+    }
+    if (!helper.getIsGetNVSEnabled()) {
+        // A question that failed doesn't end the pass; it is asked again in the next one.
+        helper.doRequestNVSEnabled();
+        if (helper.getNVSEnabled()) {
+            helper.doSetNVSDisabled();
+            helper.doResetOLT();
+            return true;
+        }
+    }
+    return false;
+}
+
+/// A card that is marked already goes on with the pass, and so does one that didn't answer.
+bool PONCardTask::configureCardWhenUnmarked() {
+    if (helper.getIsOnCtcMode() || !helper.doRequestCtcMode() || helper.getIsOnCtcMode()) {
+        return false;
+    }
+    configureCard();
+    recheckCounter = 0;
+    return true;
+}
+
+/// The one configuration of every card, in sending order. A step that fails is printed and the
+/// sequence goes on; the marker is read again in the next pass.
+void PONCardTask::configureCard() {
+    helper.doDisableOLT();
+    helper.doSetEnCtcMode();
+    helper.setHasDomain(true);
+    helper.clearAllOLTAlarm();
+    helper.doEnableOLT();
+}
+
+bool PONCardTask::checkDomain() {
+    if (!helper.getHasDomain()) {
+        helper.requestHasDomain();
+    }
+    if (helper.getHasDomain()) {
+        return true;
+    }
+    helper.doResetOLT();
+    helper.clearAllOLTAlarm();
+    return false;
+}
+
+void PONCardTask::recheckWhenDue() {
+    if (recheckCounter > kRecheckAfter) {
+        helper.doRecheckConfiguration();
+        recheckCounter = 0;
+    } else {
+        recheckCounter++;
+    }
+}
+
+// --- task loop ---
+
+void PONCardTask::taskLoop() {
+    for (;;) {
+        runTaskPass();
+    }
+}
+
+void PONCardTask::runTaskPass() {
+    if (const auto task = takeTask()) {
+        carryOut(*task);
+    } else {
+        waitForTask();
+    }
+}
+
+void PONCardTask::addTask(std::unique_ptr<PMTask> task) {
+    const std::lock_guard lock(taskMutex);
+    tasks.push_back(std::move(task));
+    taskCondition.notify_one();
+}
+
+std::size_t PONCardTask::getTaskCount() {
+    const std::lock_guard lock(taskMutex);
+    return tasks.size();
+}
+
+std::unique_ptr<PMTask> PONCardTask::takeTask() {
+    const std::lock_guard lock(taskMutex);
+    if (tasks.empty()) {
+        return nullptr;
+    }
+    auto task = std::move(tasks.front());
+    tasks.pop_front();
+    if (tasks.empty()) {
+        tasks.shrink_to_fit();
+    }
+    return task;
+}
+
+void PONCardTask::waitForTask() {
+    std::unique_lock lock(taskMutex);
+    // Once, without another look at the queue: a command queued since the last look waits for the
+    // next one. The database manager repeats what had no effect.
+    taskCondition.wait(lock);  // NOLINT(bugprone-spuriously-wake-up-functions)
+}
+
+void PONCardTask::carryOut(const PMTask& task) {
+    for (const Command& command : kCommands) {
+        if (task.getTask() == command.uri) {
+            const std::lock_guard lock(cardMutex);
+            command.carryOut(*this, task);
+            return;
+        }
+    }
+    // A name that is in no row is another release's command: it vanishes without a line.
+}
+
+void PONCardTask::setSourceIpAddress(const std::string& ip) {
+    sourceIpAddress.set(ip);
+    socketHelper->setSourceIP(ip);
+}
+
+void PONCardTask::setOltIpAddress(const std::string& ip) {
+    printFailures(__func__, [this, &ip] {
+        helper.setOltIpAddress(ip);
+        oltIpAddress.set(ip);
+        helper.setInitialState();
+    });
+}
+
+// --- ping loop ---
+
+void PONCardTask::pingLoop() {
+    // The slots begin one after the other, so that not all of them ping at once.
+    std::this_thread::sleep_for(std::stoi(slotId) * timing.probeStagger);
+    for (;;) {
+        runPingPass();
+        std::this_thread::sleep_for(timing.probePause);
+    }
+}
+
+void PONCardTask::runPingPass() {
+    const bool online = checkPONCardOnline();
+    helper.setOLTOnlineStatus(online);
+    if (online) {
+        pingResetDone = false;
+        return;
+    }
+    if (pingResetDone) {
+        return;  // reset once an outage; armed again by the first probe that succeeds
+    }
+    // Two more at once, the second only when the first fails.
+    if (checkPONCardOnline() || checkPONCardOnline()) {
+        pingResetDone = false;
+        return;
+    }
+    resetUnreachableCard();
+}
+
+void PONCardTask::resetUnreachableCard() {
+    printFailures("pingLoop", [this] {
+        const std::lock_guard lock(cardMutex);
+        helper.setInitialState();
+        pingResetDone = true;
+    });
+}
+
+bool PONCardTask::checkPONCardOnline() {
+    const std::string source = sourceIpAddress.get();
+    const std::string address = oltIpAddress.get();
+    if (source.empty() || address.empty()) {
+        return false;
+    }
+    const bool anyInterface = interfaceName == SocketHelper::kAnyInterface;
+    return isAnswering(pingCommand(anyInterface ? source : interfaceName, address));
+}
+
+}  // namespace ponmgr

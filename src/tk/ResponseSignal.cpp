@@ -1,0 +1,49 @@
+#include "tk/ResponseSignal.h"
+
+#include <cerrno>
+#include <ctime>
+#include <system_error>
+
+namespace ponmgr {
+
+namespace {
+
+timespec toTimespec(std::chrono::system_clock::time_point time) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+    const std::chrono::nanoseconds rest = time - seconds;
+    timespec result{};
+    result.tv_sec = seconds.time_since_epoch().count();
+    result.tv_nsec = rest.count();
+    return result;
+}
+
+}  // namespace
+
+ResponseSignal::ResponseSignal() = default;
+
+ResponseSignal::~ResponseSignal() {
+    pthread_cond_destroy(&condition);
+    pthread_mutex_destroy(&mutex);
+}
+
+// The POSIX call rather than std::condition_variable: its own result says whether the time was up.
+// The library's wrapper asks the clock again and so takes a response of the last moment for a
+// time-out.
+bool ResponseSignal::waitUntil(std::chrono::system_clock::time_point deadline) {
+    const timespec until = toTimespec(deadline);
+    pthread_mutex_lock(&mutex);
+    const int result = pthread_cond_timedwait(&condition, &mutex, &until);
+    pthread_mutex_unlock(&mutex);
+    if (result != 0 && result != ETIMEDOUT) {
+        throw std::system_error(result, std::generic_category(), "pthread_cond_timedwait");
+    }
+    return result == 0;
+}
+
+void ResponseSignal::signal() {
+    pthread_mutex_lock(&mutex);
+    pthread_cond_signal(&condition);
+    pthread_mutex_unlock(&mutex);
+}
+
+}  // namespace ponmgr

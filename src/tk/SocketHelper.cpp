@@ -1,0 +1,176 @@
+#include "tk/SocketHelper.h"
+
+#include <arpa/inet.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <utility>
+
+#include "app/Exception.h"
+#include "app/LogLine.h"
+
+namespace ponmgr {
+
+namespace {
+
+// One Ethernet payload; no card sends more in one datagram.
+constexpr std::size_t kReceiveBufferSize = 1500;
+constexpr std::chrono::seconds kRebuildPause{1};
+// A receive that fails again and again must not keep a core busy.
+constexpr std::chrono::milliseconds kReceiveErrorPause{10};
+
+int setOption(int descriptor, int option, const void* value, std::size_t size) {
+    return setsockopt(descriptor, SOL_SOCKET, option, value, static_cast<socklen_t>(size));
+}
+
+}  // namespace
+
+UDPDescriptor::~UDPDescriptor() {
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+}
+
+SocketHelper* SocketHelper::getInstance(const std::string& interface) {
+    // Never deleted: the receive thread uses its instance until the process ends.
+    static auto& instances = *new std::map<std::string, std::unique_ptr<SocketHelper>>;
+    auto& instance = instances[interface];
+    if (!instance) {
+        instance = std::make_unique<SocketHelper>(interface);
+        instance->start();
+    }
+    return instance.get();
+}
+
+SocketHelper::SocketHelper(std::string interface) : interfaceName(std::move(interface)) {}
+
+SocketHelper::~SocketHelper() = default;
+
+void SocketHelper::start() {
+    receiveThread = std::thread([this] { processRxQueue(); });
+    pthread_setname_np(receiveThread.native_handle(), "tk-receive");
+}
+
+void SocketHelper::setSourceIP(const std::string& ip) {
+    sourceIp.setOnce(ip);
+}
+
+void SocketHelper::registerUDPSocket(DatagramReceiver* receiver) {
+    const std::lock_guard lock(receiversMutex);
+    receivers.push_back(receiver);
+}
+
+void SocketHelper::unregisterUDPSocket(DatagramReceiver* receiver) {
+    const std::lock_guard lock(receiversMutex);
+    std::erase(receivers, receiver);
+}
+
+void SocketHelper::send(const TKMessage& message, const sockaddr_in& destination) {
+    std::shared_ptr<UDPDescriptor> current;
+    {
+        const std::lock_guard lock(socketMutex);
+        current = udpSocket;
+    }
+    if (!current) {
+        return;
+    }
+    // A datagram that can't be sent is a datagram lost: the exchange sends it again.
+    sendto(current->get(), message.getMessage(), message.getSize(), MSG_CONFIRM,
+           reinterpret_cast<const sockaddr*>(&destination), sizeof destination);
+}
+
+void SocketHelper::bind() {
+    auto opened = openSocket();
+    const std::lock_guard lock(socketMutex);
+    udpSocket = std::move(opened);
+}
+
+std::shared_ptr<UDPDescriptor> SocketHelper::openSocket() const {
+    auto opened =
+        std::make_shared<UDPDescriptor>(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP));
+    if (opened->get() < 0) {
+        perror("socket failed");
+        PONMGR_THROW("Failed to create UDP socket");
+    }
+    if (interfaceName != kAnyInterface &&
+        setOption(opened->get(), SO_BINDTODEVICE, interfaceName.c_str(), interfaceName.size() + 1) <
+            0) {
+        perror("setsockopt failed");
+        PONMGR_THROW("Set socket failed");
+    }
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = inet_addr(sourceIp.get().c_str());
+    address.sin_port = htons(kTkPort);
+    const int reuse = 1;
+    if (setOption(opened->get(), SO_REUSEADDR, &reuse, sizeof reuse) < 0) {
+        perror("reuse()");
+        PONMGR_THROW("Failed to reuse socket");
+    }
+    if (::bind(opened->get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+        perror("bind failed");
+        PONMGR_THROW("Failed to bind socket");
+    }
+    return opened;
+}
+
+void SocketHelper::close() {
+    const std::lock_guard lock(socketMutex);
+    udpSocket.reset();
+}
+
+void SocketHelper::processRxQueue() {
+    for (;;) {
+        std::this_thread::sleep_for(kRebuildPause);
+        if (sourceIp.get().empty()) {
+            continue;
+        }
+        try {
+            bind();
+            done = true;
+            receiveUntilFailure();
+        } catch (const Exception& exception) {
+            printLine(std::string("Exception: ") + exception.what());
+        } catch (...) {
+            printLine("Unknow Exception on SocketHelper::processRxQueue");
+        }
+        close();
+    }
+}
+
+void SocketHelper::receiveUntilFailure() {
+    // Only this thread replaces or closes the socket, so it needs no lock to look at it.
+    const int descriptor = udpSocket->get();
+    std::array<unsigned char, kReceiveBufferSize> buffer{};
+    for (;;) {
+        sockaddr_in sender{};
+        socklen_t senderLength = sizeof sender;
+        const ssize_t received = recvfrom(descriptor, buffer.data(), buffer.size(), MSG_WAITALL,
+                                          reinterpret_cast<sockaddr*>(&sender), &senderLength);
+        if (received >= 1) {
+            deliver(buffer.data(), static_cast<std::size_t>(received), sender);
+        } else if (received < 0 && errno != EINTR) {
+            std::this_thread::sleep_for(kReceiveErrorPause);
+        }
+    }
+}
+
+void SocketHelper::deliver(const unsigned char* datagram, std::size_t size,
+                           const sockaddr_in& sender) {
+    const std::lock_guard lock(receiversMutex);
+    for (DatagramReceiver* receiver : receivers) {
+        if (receiver->hasClientIpAddress(sender)) {
+            auto message = std::make_unique<TKMessage>(datagram, static_cast<std::uint16_t>(size));
+            receiver->processRxQueue(message);
+        }
+    }
+}
+
+}  // namespace ponmgr
