@@ -1,0 +1,66 @@
+"""Every test runs in a forked process with namespaces of its own (pytest --forked), so all of them can
+run side by side. The output of the product's processes is shown when a test fails."""
+
+import os
+import sys
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(Path(__file__).resolve().parent))
+
+from support import namespace  # noqa: E402
+from support.card import Card  # noqa: E402
+from support.peer import Peer  # noqa: E402
+from support.process import Process  # noqa: E402
+
+PRESET = os.environ.get("PONMGR_PRESET", "release")
+BUILD = Path(os.environ.get("PONMGR_BUILD", ROOT / "build" / PRESET))
+BIN = BUILD / "bin"
+
+
+@pytest.fixture(autouse=True)
+def private_namespace():
+    namespace.enter(ROOT, BUILD)
+
+
+@pytest.fixture
+def processes():
+    """Starts processes of the product; ends them, and shows their output, when the test ends."""
+    started = []
+
+    def start(program, *arguments):
+        process = Process(program, [BIN / program, *arguments])
+        started.append(process)
+        return process
+
+    yield start
+    for process in reversed(started):
+        status = process.stop()
+        print(f"--- {process.name} ended with {status}; its output:\n{process.output()}")
+
+
+@pytest.fixture
+def peer():
+    return Peer()
+
+
+@pytest.fixture
+def daemon(processes, peer):
+    """The daemon beside a peer that listens, ready to be given commands."""
+    process = processes("ponmgrd")
+    peer.wait_for("/olt/get/all/ip")
+    return process
+
+
+@pytest.fixture
+def card(daemon, peer):
+    """Puts a scripted card into a slot and tells the daemon its address."""
+
+    def insert(slot, **state):
+        inserted = Card(slot, **state)
+        peer.address(slot)
+        return inserted
+
+    return insert

@@ -1,0 +1,63 @@
+"""A process of the product with its output, line by line, and the time each line came."""
+
+import ctypes
+import os
+import signal
+import subprocess
+import threading
+import time
+
+from .waiting import wait_for
+
+PR_SET_PDEATHSIG = 1
+
+
+def _die_with_parent():
+    ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
+class Process:
+    """Started by the constructor; its standard output and error are collected until it ends."""
+
+    def __init__(self, name, command):
+        self.name = name
+        self.lines = []
+        self.process = subprocess.Popen(
+            [str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT, preexec_fn=_die_with_parent)
+        self.reader = threading.Thread(target=self._read, daemon=True)
+        self.reader.start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.append((time.monotonic(), line.decode(errors="replace").rstrip("\n")))
+
+    @property
+    def pid(self):
+        return self.process.pid
+
+    def texts(self):
+        return [text for _, text in list(self.lines)]
+
+    def count(self, part):
+        return sum(part in text for text in self.texts())
+
+    def wait_for_line(self, part, limit=30.0):
+        return wait_for(lambda: next((text for text in self.texts() if part in text), None), limit,
+                        lambda: f"{self.name} prints {part!r}; it printed:\n" + self.output())
+
+    def wait_for_end(self, limit=30.0):
+        status = self.process.wait(limit)
+        self.reader.join(limit)
+        return status
+
+    def is_running(self):
+        return self.process.poll() is None
+
+    def output(self):
+        return "\n".join(self.texts()) or "(nothing)"
+
+    def stop(self):
+        if self.is_running():
+            os.kill(self.pid, signal.SIGKILL)
+        return self.wait_for_end()
