@@ -60,3 +60,10 @@ def enter(*kept_folders):
 def answer_ping(answering):
     """Has this namespace's addresses answer ping, or not."""
     Path("/proc/sys/net/ipv4/icmp_echo_ignore_all").write_text("0" if answering else "1")
+
+
+def pings_answered():
+    """How many pings this namespace's addresses have answered so far."""
+    names, values = [line.split()[1:] for line in Path("/proc/net/snmp").read_text().splitlines()
+                     if line.startswith("Icmp:")]
+    return int(dict(zip(names, values))["OutEchoReps"])
