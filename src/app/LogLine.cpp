@@ -8,7 +8,7 @@ namespace {
 
 // Long enough for the longest line in one write: a received message is at most 1 MiB, but nearly
 // all lines are shorter than this.
-constexpr std::size_t kLineBufferSize = 64 * 1024;
+constexpr std::size_t kLineBufferSize = 65536;
 
 void write(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stdout);

@@ -22,7 +22,8 @@ constexpr const char* kNoData = "{}";
 }  // namespace
 
 Manager* Manager::getInstance() {
-    static Manager* const instance = new Manager();  // new: never deleted, threads use it
+    // Never deleted: its threads use it until the process ends.
+    static Manager* const instance = std::make_unique<Manager>().release();
     return instance;
 }
 

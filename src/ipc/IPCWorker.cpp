@@ -40,7 +40,8 @@ constexpr int kLineReceiveUnexpected = 138;
 }  // namespace
 
 IPCWorker* IPCWorker::getInstance() {
-    static IPCWorker* const instance = new IPCWorker();  // new: never deleted, threads use it
+    // Never deleted: its threads use it until the process ends.
+    static IPCWorker* const instance = std::make_unique<IPCWorker>().release();
     return instance;
 }
 

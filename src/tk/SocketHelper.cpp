@@ -39,8 +39,9 @@ UDPDescriptor::~UDPDescriptor() {
 }
 
 SocketHelper* SocketHelper::getInstance(const std::string& interface) {
-    // Never deleted: the receive thread uses its instance until the process ends.
-    static auto& instances = *new std::map<std::string, std::unique_ptr<SocketHelper>>;
+    using Instances = std::map<std::string, std::unique_ptr<SocketHelper>>;
+    // Never deleted: the receive threads use their instances until the process ends.
+    static Instances& instances = *std::make_unique<Instances>().release();
     auto& instance = instances[interface];
     if (!instance) {
         instance = std::make_unique<SocketHelper>(interface);

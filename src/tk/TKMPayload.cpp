@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <new>
 
 namespace ponmgr {
 
@@ -42,7 +41,7 @@ TKMPayload& TKMPayload::addHex(const std::string& digits) {
 void TKMPayload::buildPayload() {
     clearPayload();
     // As many bytes as there are digits: twice what is needed, and never fewer than are written.
-    payload.reset(new (std::nothrow) unsigned char[hexText.size()]);
+    payload = allocateBytes(hexText.size());
     if (!payload) {
         return;
     }
@@ -68,7 +67,7 @@ std::unique_ptr<TKMPayload> TKMPayload::clone() const {
     copy->hexText = hexText;
     copy->size = size;
     if (payload) {
-        copy->payload.reset(new (std::nothrow) unsigned char[size]);
+        copy->payload = allocateBytes(size);
         if (copy->payload) {
             std::copy_n(payload.get(), size, copy->payload.get());
         }

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "tk/ByteBuffer.h"
+
 namespace ponmgr {
 
 /// Builds the data of a request field by field, most significant byte first, as hexadecimal text
@@ -46,7 +48,7 @@ public:
 
 private:
     std::string hexText;
-    std::unique_ptr<unsigned char[]> payload;
+    ByteBuffer payload;
     std::uint16_t size = 0;
 };
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 #include <string>
 
 #include "app/Exception.h"
@@ -64,7 +63,7 @@ TKMessage::TKMessage(const unsigned char* datagram, std::uint16_t datagramSize) 
 TKMessage::~TKMessage() = default;
 
 void TKMessage::newData(std::uint16_t newSize) {
-    frame.reset(new (std::nothrow) unsigned char[newSize]());
+    frame = allocateBytes(newSize);
     if (!frame) {
         size = 0;
         PONMGR_THROW("Not enough memory to allocate a new TKMessage with size" +

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
+#include "tk/ByteBuffer.h"
 #include "tk/TKIDMessage.h"
 
 namespace ponmgr {
@@ -71,7 +71,7 @@ private:
     std::uint16_t read(std::size_t offset) const;
 
     std::uint8_t headerLength;
-    std::unique_ptr<unsigned char[]> frame;
+    ByteBuffer frame;
     std::uint16_t size = 0;
     bool received = false;
     bool hasSequence = false;

@@ -1,0 +1,57 @@
+# Debian packages that the project needs, and how the missing ones are installed. Sourced by ./run and
+# ./test; all of them are in Debian 12.
+
+build_packages=(
+    g++ cmake ninja-build pkg-config   # the build
+    libcjson-dev                       # JSON in the daemon
+    nlohmann-json3-dev libcli11-dev    # JSON and command lines of chassis-sim and dbman
+    iputils-ping                       # the daemon's probe
+)
+run_packages=(jq)
+test_packages=(
+    libgtest-dev libgmock-dev
+    clang-format clang-tidy
+    python3 python3-pytest python3-pytest-xdist python3-pytest-forked python3-pytest-timeout
+    iproute2
+)
+
+is_installed() {
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# install_missing PACKAGE...: installs what is missing, saying what; as root or through sudo.
+install_missing() {
+    local missing=() package
+    for package in "$@"; do
+        is_installed "$package" || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "These Debian packages are missing, and only root can install them:" >&2
+            echo "    apt-get install ${missing[*]}" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing Debian packages: ${missing[*]}"
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# build PRESET [TARGET...]: configures and builds quietly; the whole output on failure.
+build() {
+    local preset=$1 log
+    shift
+    log=build/$preset/build.log
+    mkdir -p "build/$preset"
+    if ! { cmake --preset "$preset" && cmake --build --preset "$preset" "${@/#/--target=}"; } \
+            >"$log" 2>&1; then
+        cat "$log" >&2
+        echo "The build of preset $preset failed; its output is above and in $log." >&2
+        return 1
+    fi
+}
