@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034
 # Debian packages that the project needs, and how the missing ones are installed. Sourced by ./run and
 # ./test; all of them are in Debian 12.
 
@@ -12,7 +13,7 @@ test_packages=(
     libgtest-dev libgmock-dev
     clang-format clang-tidy
     python3 python3-pytest python3-pytest-xdist python3-pytest-forked python3-pytest-timeout
-    iproute2
+    shellcheck iproute2
 )
 
 is_installed() {

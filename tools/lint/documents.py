@@ -1,0 +1,49 @@
+"""Documents tell the truth: the paths they name exist, and every URI is documented and tested."""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+PATH = re.compile(r"`((?:src|corvane|sim|dbman|tests|tools|docs|cmake|packaging|bench)/[\w./-]*)`")
+LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)")
+URI = re.compile(r'"(/(?:olt|onu|slot)/[a-z_/]*)"')
+
+
+def files(*patterns):
+    return subprocess.run(["git", "ls-files", *patterns], capture_output=True, text=True,
+                          check=True).stdout.split()
+
+
+def texts(*patterns):
+    return "\n".join(Path(path).read_text() for path in files(*patterns))
+
+
+def missing_paths():
+    for document in files("*.md"):
+        text = Path(document).read_text()
+        for path in PATH.findall(text):
+            if not Path(path).exists():
+                yield f"{document}: {path} doesn't exist"
+        for link in LINK.findall(text):
+            if not (Path(document).parent / link).exists():
+                yield f"{document}: the link to {link} leads nowhere"
+
+
+def unknown_uris():
+    documented = Path("docs/ipc.md").read_text()
+    tested = texts("tests/unit/*", "tests/system/*")
+    for uri in sorted(set(URI.findall(texts("src/*")))):
+        if f'"{uri}"' not in documented and f"`{uri}`" not in documented:
+            yield f"docs/ipc.md: {uri} is not documented"
+        if uri not in tested:
+            yield f"tests: {uri} is not tested"
+
+
+def main():
+    found = [*missing_paths(), *unknown_uris()]
+    print("\n".join(found), end="\n" if found else "")
+    return 1 if found else 0
+
+
+sys.exit(main())

@@ -1,0 +1,31 @@
+"""No test is out of the build, skipped or commented out."""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+OUT = re.compile(r"GTEST_SKIP|DISABLED_|^\s*//+\s*TEST(_F|_P)?\s*\(|pytest\.mark\.(skip|xfail)|pytest\.skip",
+                 re.M)
+
+
+def files(*patterns):
+    return subprocess.run(["git", "ls-files", *patterns], capture_output=True, text=True,
+                          check=True).stdout.split()
+
+
+def main():
+    found = []
+    tests = files("tests/unit/*Test.cpp")
+    for path in tests:
+        lists = Path(path).parent / "CMakeLists.txt"
+        if not lists.exists() or Path(path).name not in lists.read_text():
+            found.append(f"{path}: not in the build")
+    for path in tests + files("tests/system/*.py"):
+        if OUT.search(Path(path).read_text()):
+            found.append(f"{path}: a test is skipped or commented out")
+    print("\n".join(found), end="\n" if found else "")
+    return 1 if found or not tests else 0
+
+
+sys.exit(main())
