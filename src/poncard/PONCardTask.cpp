@@ -27,12 +27,30 @@ const PONCardTask::Command PONCardTask::kCommands[] = {
     {"/slot/enable", [](PONCardTask& slot, const PMTask&) { slot.helper.doEnableOLT(); }},
     {"/slot/disable", [](PONCardTask& slot, const PMTask&) { slot.helper.doDisableOLT(); }},
     {"/slot/reset", [](PONCardTask& slot, const PMTask&) { slot.helper.doResetOLT(); }},
+    {"/slot/onu/remove",
+     [](PONCardTask& slot, const PMTask& task) {
+         slot.helper.clearAllProvisioningForLogicalLink(task.getDataValue("mac_address"));
+         slot.helper.removeMacFromOnuList(task.getDataValue("mac_address"));
+     }},
+    {"/slot/onu/reset",
+     [](PONCardTask& slot, const PMTask& task) {
+         slot.helper.doResetOnu(task.getDataValue("mac_address"));
+     }},
     {"/olt/src_ip",
      [](PONCardTask& slot, const PMTask& task) {
          slot.setSourceIpAddress(task.getDataValue("ip_address"));
      }},
     {"/olt/ip", [](PONCardTask& slot,
                    const PMTask& task) { slot.setOltIpAddress(task.getDataValue("ip_address")); }},
+    {"/slot/onu/set/vlanid",
+     [](PONCardTask& slot, const PMTask& task) {
+         slot.helper.doSetOnuVlan(task.getDataValue("vlan_id"), task.getDataValue("mac_address"));
+     }},
+    {"/olt/vlan",
+     [](PONCardTask& slot, const PMTask& task) {
+         slot.helper.doSetOltVlan(task.getDataValue("pon_number"), task.getDataValue("vlan_id"),
+                                  task.getDataValue("discard_untagged"));
+     }},
 };
 
 PONCardTask::PONCardTask(const PONCardTiming& slotTiming)
@@ -94,9 +112,12 @@ void PONCardTask::pollCard() {
     if (identifyCard() || configureCardWhenUnmarked()) {
         return;
     }
-    if (!checkDomain()) {
+    if (!helper.handleAlarms() || !checkDomain()) {
         return;
     }
+    trackLinks();
+    helper.doReportAlarmToDBMan();
+    readOpticsWhenDue();
     recheckWhenDue();
 }
 
@@ -133,8 +154,37 @@ bool PONCardTask::configureCardWhenUnmarked() {
 void PONCardTask::configureCard() {
     helper.doDisableOLT();
     helper.doSetEnCtcMode();
+    helper.doSetDBAAggregateBandwidth(0);
+    helper.doSetAggregateBandwidth(0);
+    helper.doSetDBAAggregateBandwidth(1);
+    helper.doSetAggregateBandwidth(1);
+    helper.doSetEncryptionModeDefault(0);
+    helper.doSetEncryptionModeDefault(1);
+    helper.doClearAllAllowedLinks(0);
+    helper.doClearAllAllowedLinks(1);
+    helper.doSetDBAPollingIntervalHighResolution(0);
+    helper.doSetDBAPollingIntervalHighResolution(1);
+    helper.doSetDefaultOAMRate();
+    helper.doSetOLTBridgingConfiguration();
+    helper.doSetEPONLoopTiming(0);
+    helper.doSetEPONLoopTiming(1);
+    helper.doSetEPONSyncTime(0);
+    helper.doSetEPONSyncTime(1);
+    helper.doSetAllPaths();
+    helper.doSetOLTIPMulticastGlobalProvisioning();
+    helper.doSetDomainVersion2();
+    helper.doSetDomainRules(0, 0);
+    helper.doSetDomainRules(1, 0);
+    helper.doSetDomainRules(0, 1);
+    helper.doSetDomainRules(1, 1);
+    helper.doSetOLTIPMulticastDomainProxyProvisioning();
+    helper.doSetOLTIPMulticastHostCopy();
     helper.setHasDomain(true);
     helper.clearAllOLTAlarm();
+    // Leaves the list empty and the inventory "known": until the configuration is checked again,
+    // links appear by their discovery alone.
+    helper.doGetAllOnuKnown(true);
+    helper.clearAllLogicalLink();
     helper.doEnableOLT();
 }
 
@@ -148,6 +198,28 @@ bool PONCardTask::checkDomain() {
     helper.doResetOLT();
     helper.clearAllOLTAlarm();
     return false;
+}
+
+void PONCardTask::trackLinks() {
+    helper.doGetAllOnuQueue();
+    helper.doSetAllOnuGigabit();
+    // After the provisioning: links that a refresh finds are provisioned in the next pass.
+    if (!helper.getIsGetAllOnuKnown() && helper.getHasDomain()) {
+        helper.doGetAllOnuKnown(false);
+        helper.doGetAllOnuInformation();
+        helper.removeAllOfflineOnu();
+        helper.clearAllUnusedPaths();
+    }
+}
+
+void PONCardTask::readOpticsWhenDue() {
+    if (opticsCounter == kOpticsDue) {
+        opticsCounter = 0;
+        helper.doGetAllOnuOpticsPower();
+        helper.doGetAllOltOpticsPower();
+    } else {
+        opticsCounter++;
+    }
 }
 
 void PONCardTask::recheckWhenDue() {

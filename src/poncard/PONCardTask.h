@@ -72,6 +72,8 @@ private:
     bool configureCardWhenUnmarked();
     void configureCard();
     bool checkDomain();
+    void trackLinks();
+    void readOpticsWhenDue();
     void recheckWhenDue();
 
     std::unique_ptr<PMTask> takeTask();
@@ -80,6 +82,9 @@ private:
     void setSourceIpAddress(const std::string& ip);
 
     void resetUnreachableCard();
+
+    /// Full passes between two readings of the optical levels, less one; the first full pass reads.
+    static constexpr unsigned kOpticsDue = 31;
 
     // constant after start
     const PONCardTiming timing;
@@ -101,6 +106,7 @@ private:
     GuardedText sourceIpAddress;
 
     // used by the main loop alone
+    unsigned opticsCounter = kOpticsDue;
     unsigned recheckCounter = 0;
     // used by the ping loop alone
     bool pingResetDone = false;

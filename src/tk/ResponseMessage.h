@@ -63,6 +63,16 @@ public:
     std::unique_ptr<Container> parseGet_All_Domains(const TKMessage* message);
     std::unique_ptr<Container> parseGet_All_Paths(const TKMessage* message);
     std::unique_ptr<Container> parseGet_OLT_Bridging_Mode(const TKMessage* message);
+    std::unique_ptr<Container> parseGet_List_of_All_Known_Logical_Links(const TKMessage* message);
+    std::unique_ptr<Container> parseGet_List_of_Discovered_Links(const TKMessage* message);
+    std::unique_ptr<Container> parseGet_ONU_Information(const TKMessage* message);
+    std::unique_ptr<Container> parseLink_Discovery(const TKMessage* message);
+    std::unique_ptr<Container> parseOnuLinkMovedBetweenPonPorts(const TKMessage* message);
+    std::unique_ptr<Container> parseReport_Alarm(const TKMessage* message);
+    std::unique_ptr<Container> parseGet_CTC_21_Optical_Transceiver_Diagnosis(
+        const TKMessage* message);
+    std::unique_ptr<Container> parseGet_Statistics(const TKMessage* message);
+    std::unique_ptr<Container> parseGet_OLT_PortLink_Rules(const TKMessage* message);
 
 private:
     using Fill = std::function<void(std::uint16_t* offset, Container& record)>;
