@@ -10,7 +10,8 @@
 ///
 /// This is our own implementation of the interface, over AF_UNIX datagram sockets: one datagram is
 /// one message, without framing. A program that is linked against it runs against any other
-/// libCorvane.so with the same operations without being compiled again.
+/// libCorvane.so with the same operations without being compiled again, as long as that library's
+/// object is no larger than this one.
 ///
 /// Limits
 /// - A message holds 0 to 1,048,576 bytes; a longer one is refused by send. An ordinary user can
@@ -66,4 +67,6 @@ public:
 private:
     class Implementation;
     std::unique_ptr<Implementation> implementation;
+    // Programs make the object by this declaration: room for the members of another libCorvane.so.
+    void* room[63] = {};
 };

@@ -1,0 +1,104 @@
+#include "OtherUser.h"
+
+#include <grp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <system_error>
+
+#include "RawSocket.h"
+
+namespace ponmgr::test {
+
+namespace {
+
+// Whether a number is a user or a group here, by the namespace's map of them.
+bool isMapped(const char* mapFile, std::uint64_t number) {
+    std::ifstream map(mapFile);
+    std::uint64_t first = 0;
+    std::uint64_t outside = 0;
+    std::uint64_t count = 0;
+    while (map >> first >> outside >> count) {
+        if (number >= first && number - first < count) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Makes this process one of `user` for good, also when it works as another user at present.
+bool become(uid_t user) {
+    if (seteuid(0) != 0) {
+        return false;
+    }
+    return user == 0 || (setgroups(0, nullptr) == 0 && setresgid(user, user, user) == 0 &&
+                         setresuid(user, user, user) == 0);
+}
+
+// Runs in the process of the other user; the result is its exit status.
+int sendInChild(uid_t user, const std::string& path, const std::string& text, bool withDescriptor) {
+    try {
+        if (!become(user)) {
+            return errno;
+        }
+        RawSocket raw;
+        const int passed = raw.get();
+        raw.send(path, text, withDescriptor ? std::vector<int>{passed} : std::vector<int>{});
+        return 0;
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+}
+
+}  // namespace
+
+bool otherUsersExist() {
+    constexpr auto kUsers = "/proc/self/uid_map";
+    constexpr auto kGroups = "/proc/self/gid_map";
+    if (isMapped(kUsers, kOtherUser) && isMapped(kUsers, kThirdUser) &&
+        isMapped(kGroups, kOtherUser) && isMapped(kGroups, kThirdUser)) {
+        return true;
+    }
+    std::cout << "left out: this user namespace has no users " << kOtherUser << " and "
+              << kThirdUser << "\n";
+    return false;
+}
+
+SentBy sendAs(uid_t user, const std::string& path, const std::string& text, bool withDescriptor) {
+    SentBy result;
+    result.process = fork();
+    if (result.process == 0) {
+        _exit(sendInChild(user, path, text, withDescriptor));
+    }
+    int status = 0;
+    if (result.process < 0 || waitpid(result.process, &status, 0) != result.process) {
+        throw std::system_error(errno, std::generic_category(), "process of another user");
+    }
+    result.error = WIFEXITED(status) ? WEXITSTATUS(status) : EINTR;
+    return result;
+}
+
+WorkingAs::WorkingAs(uid_t user)
+    : groupsBefore(static_cast<std::size_t>(std::max(0, getgroups(0, nullptr)))) {
+    const auto count = static_cast<int>(groupsBefore.size());
+    if (getgroups(count, groupsBefore.data()) != count || setgroups(0, nullptr) != 0 ||
+        setegid(user) != 0 || seteuid(user) != 0) {
+        throw std::system_error(errno, std::generic_category(), "work as another user");
+    }
+}
+
+WorkingAs::~WorkingAs() {
+    if (seteuid(0) != 0 || setegid(0) != 0 ||
+        setgroups(groupsBefore.size(), groupsBefore.data()) != 0) {
+        std::cerr << "can't become root again\n";
+        std::terminate();
+    }
+}
+
+}  // namespace ponmgr::test
