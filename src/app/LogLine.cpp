@@ -1,5 +1,6 @@
 #include "app/LogLine.h"
 
+#include <array>
 #include <cstdio>
 
 namespace ponmgr {
@@ -21,7 +22,9 @@ std::string place(const char* function, int line) {
 }  // namespace
 
 void startLog() {
-    std::setvbuf(stdout, nullptr, _IOLBF, kLineBufferSize);
+    // A buffer of our own: without one the C library takes the mode and ignores the size.
+    static std::array<char, kLineBufferSize> buffer;
+    std::setvbuf(stdout, buffer.data(), _IOLBF, buffer.size());
 }
 
 void printLine(const std::string& text) {
