@@ -7,8 +7,8 @@ namespace ponmgr {
 
 namespace {
 
-// Long enough for the longest line in one write: a received message is at most 1 MiB, but nearly
-// all lines are shorter than this.
+// A line up to this long leaves in one write. Only a received message that is quoted in the log can
+// be longer.
 constexpr std::size_t kLineBufferSize = 65536;
 
 void write(const std::string& text) {
@@ -53,7 +53,8 @@ void printReceiveError(const char* function, int line, const std::string& text) 
 }
 
 void printFatalError(const char* function, int line, const std::string& text) {
-    printUnended("Fatal Error - " + place(function, line) + ": " + text + "\n");
+    printLine("Fatal Error - " + place(function, line) + ": " + text);
+    std::fflush(stdout);
 }
 
 }  // namespace ponmgr
