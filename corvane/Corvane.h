@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#pragma GCC visibility push(default)
+
 /// Message socket between two processes of one machine: every send is one message, every recv takes
 /// one whole message. One object is one socket; an object is used by one thread at a time.
 ///
@@ -32,7 +34,7 @@
 ///   was. What counts is the sender's real user and the receiver's effective one.
 /// - Descriptors that a peer passes with a message are closed; the message itself arrives.
 /// - No descriptor survives an exec. No operation throws.
-class [[gnu::visibility("default")]] Corvane {
+class Corvane {
 public:
     /// `link` names the link to the library; this implementation makes no difference between links.
     explicit Corvane(int link);
@@ -57,8 +59,9 @@ public:
     ssize_t send(const std::string& text);
 
     /// Blocks until a message arrives, replaces `text` by it and returns its length. A negative
-    /// number is a failure, with `text` left empty; the socket goes on working.
-    int recv(std::string & text);
+    /// number is a failure, with `text` left empty; the socket goes on working. A receiver that
+    /// asks again at once keeps no core busy: a failing system call takes 10 ms.
+    int recv(std::string& text);
 
     /// What the last operation that failed has to say; empty before any failed. Valid until the
     /// next operation on this object.
@@ -70,3 +73,5 @@ private:
     // Programs make the object by this declaration: room for the members of another libCorvane.so.
     void* room[63] = {};
 };
+
+#pragma GCC visibility pop

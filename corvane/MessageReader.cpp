@@ -6,10 +6,12 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <new>
 #include <stdexcept>
+#include <thread>
 
 #include "Descriptor.h"
 #include "Failure.h"
@@ -25,6 +27,8 @@ constexpr std::size_t kMostDescriptors = 253;
 
 // The number of no user: what a sender has until the kernel has named it.
 constexpr uid_t kNobodyAtAll = static_cast<uid_t>(-1);
+
+constexpr std::chrono::milliseconds kFailurePause{10};
 
 struct Control {
     alignas(cmsghdr) std::array<std::byte, CMSG_SPACE(sizeof(ucred)) +
@@ -42,7 +46,10 @@ std::size_t waitForLength(std::string_view operation, int descriptor) {
     const auto length =
         retryInterrupted([&] { return ::recv(descriptor, nullptr, 0, MSG_PEEK | MSG_TRUNC); });
     if (length < 0) {
-        throw systemFailure(operation, errno);
+        const int error = errno;
+        // The caller goes straight back to receiving, however often that fails.
+        std::this_thread::sleep_for(kFailurePause);
+        throw systemFailure(operation, error);
     }
     return static_cast<std::size_t>(length);
 }

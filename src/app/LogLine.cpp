@@ -1,13 +1,14 @@
 #include "app/LogLine.h"
 
+#include <array>
 #include <cstdio>
 
 namespace ponmgr {
 
 namespace {
 
-// Long enough for the longest line in one write: a received message is at most 1 MiB, but nearly
-// all lines are shorter than this.
+// A line up to this long leaves in one write. Only a received message that is quoted in the log can
+// be longer.
 constexpr std::size_t kLineBufferSize = 65536;
 
 void write(const std::string& text) {
@@ -21,7 +22,9 @@ std::string place(const char* function, int line) {
 }  // namespace
 
 void startLog() {
-    std::setvbuf(stdout, nullptr, _IOLBF, kLineBufferSize);
+    // A buffer of our own: without one the C library takes the mode and ignores the size.
+    static std::array<char, kLineBufferSize> buffer;
+    std::setvbuf(stdout, buffer.data(), _IOLBF, buffer.size());
 }
 
 void printLine(const std::string& text) {
@@ -50,7 +53,8 @@ void printReceiveError(const char* function, int line, const std::string& text) 
 }
 
 void printFatalError(const char* function, int line, const std::string& text) {
-    printUnended("Fatal Error - " + place(function, line) + ": " + text + "\n");
+    printLine("Fatal Error - " + place(function, line) + ": " + text);
+    std::fflush(stdout);
 }
 
 }  // namespace ponmgr

@@ -10,8 +10,9 @@
 
 int main() {
     ponmgr::startLog();
-    // A reader of the log or of a notification that went away must not end the daemon.
-    std::signal(SIGPIPE, SIG_IGN);
+    // A reader of the log or of a notification that went away must not end the daemon. A handler,
+    // because "ignored" would be inherited by the probes' shells.
+    std::signal(SIGPIPE, [](int) {});
 
     ponmgr::printFailures(__func__, [] {
         auto* const worker = ponmgr::IPCWorker::getInstance();

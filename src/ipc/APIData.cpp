@@ -1,5 +1,7 @@
 #include "ipc/APIData.h"
 
+#include <algorithm>
+
 #include "app/Exception.h"
 
 namespace ponmgr {
@@ -54,10 +56,10 @@ void APIData::createResponse(const std::string& newErr, const std::string& data)
     const JsonPointer object = JsonHelper::createObject();
     if (newErr.empty() && !data.empty()) {
         JsonHelper::addToObject(object.get(), kData, JsonHelper::parseJObject(data));
-        jsonData = data;
     }
     JsonHelper::addString(object.get(), kErr, newErr);
     jsonProtocol = JsonHelper::toString(object.get(), true);
+    jsonData = data;
     err = newErr;
 }
 
@@ -80,7 +82,7 @@ void APIData::parseResponse(const char* text, int length) {
 
 JsonPointer APIData::parse(const char* text, int length, const char* operation) {
     clearAll();
-    const auto size = static_cast<std::size_t>(length);
+    const auto size = static_cast<std::size_t>(std::max(length, 0));
     JsonPointer object = JsonHelper::parse(text, size);
     if (!object) {
         throw Exception("JSON not parsed: " + std::string(text, size), operation, __LINE__);

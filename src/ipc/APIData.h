@@ -27,8 +27,10 @@ public:
     /// Reads a message of `length` bytes, which need no terminating zero; what follows the object
     /// is ignored. Throws "JSON not parsed: ..." and "Key '...' not found".
     void parseRequest(const char* text, int length);
+    /// The same for an answer: "err" must be there, "data" may be.
     void parseResponse(const char* text, int length);
 
+    /// Empties all fields.
     void clearAll();
 
     std::string getAction() const { return action; }

@@ -151,7 +151,8 @@ void IPCWorker::threadNotifyWorker() {
 void IPCWorker::waitForNotification() {
     std::unique_lock lock(notifyMutex);
     // Once, without another look at the queue: a message queued since the last look is sent with
-    // the next one. Every report is soon followed by another, and nothing is lost.
+    // the next one. At start the slots' first reports follow within a second each, later every
+    // probe and pass that changes something brings one; nothing is lost.
     notifyCondition.wait(lock);  // NOLINT(bugprone-spuriously-wake-up-functions)
 }
 

@@ -75,8 +75,10 @@ std::string JsonHelper::toString(const std::vector<std::unique_ptr<Container>>& 
     std::string text = "[";
     const char* separator = "";
     for (const auto& item : list) {
-        text += separator + item->getJsonData(true, nullptr, 0);
-        separator = ",";
+        if (item) {
+            text += separator + item->getJsonData(true, nullptr, 0);
+            separator = ",";
+        }
     }
     return text + "]";
 }

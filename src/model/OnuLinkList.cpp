@@ -23,8 +23,8 @@ bool OnuLinkList::addOnuLink(const std::string& mac) {
     }
     auto link = std::make_unique<OnuLink>(mac);
     link->onMacAddressChanged([this] { indexIsStale = true; });
-    linkOfMac[mac] = link.get();
     links.push_back(std::move(link));
+    linkOfMac[mac] = links.back().get();
     return true;
 }
 

@@ -154,8 +154,13 @@ void PONCardHelper::doReportOLTModule() {
         if (card.getStatusReported()) {
             return;
         }
+        const bool online = card.getOnlineStatus();
         IPCWorker::getInstance()->notify("/olt/new", card.getJsonData());
         card.setStatusReported(true);
+        // The ping loop doesn't wait for this: what it has changed meanwhile is not in the report.
+        if (card.getOnlineStatus() != online) {
+            card.setStatusReported(false);
+        }
     });
 }
 

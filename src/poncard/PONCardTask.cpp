@@ -99,8 +99,7 @@ void PONCardTask::runMainPass() {
         pollCard();
         return;
     }
-    // With the card mutex held: an idle slot takes its commands one second out of two. What is
-    // sent to a slot before its address is then carried out after the address has settled.
+    // With the card mutex held: an idle slot takes its commands one second out of two.
     std::this_thread::sleep_for(timing.passPause);
 }
 
@@ -273,8 +272,8 @@ std::unique_ptr<PMTask> PONCardTask::takeTask() {
 
 void PONCardTask::waitForTask() {
     std::unique_lock lock(taskMutex);
-    // Once, without another look at the queue: a command queued since the last look waits for the
-    // next one. The database manager repeats what had no effect.
+    // Once, without another look at the queue: a command queued since the last look is carried out
+    // with the next one. Adding that look would change when commands of one moment are seen.
     taskCondition.wait(lock);  // NOLINT(bugprone-spuriously-wake-up-functions)
 }
 

@@ -92,8 +92,9 @@ private:
     std::string interfaceName;
     SocketHelper* socketHelper = nullptr;  // not owned
 
-    // The card mutex serialises every use of the helper: a whole pass of the main loop, one
-    // command, the ping loop's reset. The queue's mutex is never held together with it.
+    // The card mutex serialises every use of the helper but setOLTOnlineStatus: a whole pass of the
+    // main loop, one command, the ping loop's reset. The queue's mutex is never held together with
+    // it.
     std::mutex cardMutex;
     PONCardHelper helper;  // guarded by cardMutex
 

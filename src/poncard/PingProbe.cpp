@@ -23,7 +23,7 @@ bool isPlain(char character) {
            kOthers.find(character) != std::string_view::npos;
 }
 
-/// The text as one word of a shell command, whatever it holds.
+/// The text as one word of a shell command; an ordinary address as it is.
 std::string shellWord(const std::string& text) {
     if (std::all_of(text.begin(), text.end(), isPlain)) {
         return text;

@@ -46,60 +46,70 @@ public:
     void addGetAllPath() { add(TKIDMessage::GetAllPaths); }
     void doAddGetAllDomains() { add(TKIDMessage::GetAllDomains); }
 
-    void addSetDefaultOAMRate(TKMPayload* p) { add(TKIDMessage::SetDefaultOAMRate, p); }
-    void addSetOLTBridgingConfiguration(TKMPayload* p) {
-        add(TKIDMessage::SetOLTBridgingConfiguration, p);
+    void addSetDefaultOAMRate(TKMPayload* payload) { add(TKIDMessage::SetDefaultOAMRate, payload); }
+    void addSetOLTBridgingConfiguration(TKMPayload* payload) {
+        add(TKIDMessage::SetOLTBridgingConfiguration, payload);
     }
-    void addResetONU(TKMPayload* p) { add(TKIDMessage::ResetONU, p); }
-    void addClearAllProvisioningForLogicalLink(TKMPayload* p) {
-        add(TKIDMessage::ClearAllProvisioningForLogicalLink, p);
+    void addResetONU(TKMPayload* payload) { add(TKIDMessage::ResetONU, payload); }
+    void addClearAllProvisioningForLogicalLink(TKMPayload* payload) {
+        add(TKIDMessage::ClearAllProvisioningForLogicalLink, payload);
     }
-    void addOnuPortVlan(TKMPayload* p) { add(TKIDMessage::OnuPortVlan, p); }
-    void addClearAllAllowedLinks(TKMPayload* p) { add(TKIDMessage::ClearAllAllowedLinks, p); }
-    void addCTCSetEthernetPort(TKMPayload* p) { add(TKIDMessage::CTCSetEthernetPort, p); }
-    void addSetOLTNVSEnabled(TKMPayload* p) { add(TKIDMessage::SetOLTNVSEnabled, p); }
-    void addGetStatistics(TKMPayload* p) { add(TKIDMessage::GetStatistics, p); }
-    void addSetOLTIPMulticastGlobalProvisioning(TKMPayload* p) {
-        add(TKIDMessage::SetOLTIPMulticastGlobalProvisioning, p);
+    void addOnuPortVlan(TKMPayload* payload) { add(TKIDMessage::OnuPortVlan, payload); }
+    void addClearAllAllowedLinks(TKMPayload* payload) {
+        add(TKIDMessage::ClearAllAllowedLinks, payload);
     }
-    void addSetOLTIPMulticastDomainProxyProvisioning(TKMPayload* p) {
-        add(TKIDMessage::SetOLTIPMulticastDomainProxyProvisioning, p);
+    void addCTCSetEthernetPort(TKMPayload* payload) {
+        add(TKIDMessage::CTCSetEthernetPort, payload);
     }
-    void addSetOLTIPMulticastHostCopy(TKMPayload* p) {
-        add(TKIDMessage::SetOLTIPMulticastHostCopy, p);
+    void addSetOLTNVSEnabled(TKMPayload* payload) { add(TKIDMessage::SetOLTNVSEnabled, payload); }
+    void addGetStatistics(TKMPayload* payload) { add(TKIDMessage::GetStatistics, payload); }
+    void addSetOLTIPMulticastGlobalProvisioning(TKMPayload* payload) {
+        add(TKIDMessage::SetOLTIPMulticastGlobalProvisioning, payload);
     }
-    void addSetDBAPollingIntervalHighResolution(TKMPayload* p) {
-        add(TKIDMessage::SetDBAPollingIntervalHighResolution, p);
+    void addSetOLTIPMulticastDomainProxyProvisioning(TKMPayload* payload) {
+        add(TKIDMessage::SetOLTIPMulticastDomainProxyProvisioning, payload);
     }
-    void addSetEPONLoopTiming(TKMPayload* p) { add(TKIDMessage::SetEPONLoopTiming, p); }
-    void addGetONUInformation(TKMPayload* p) { add(TKIDMessage::GetONUInformation, p); }
-    void addSetAggregateBandwidth(TKMPayload* p) { add(TKIDMessage::SetAggregateBandwidth, p); }
-    void addSetPath(TKMPayload* p) { add(TKIDMessage::SetPath, p); }
-    void addSetQueueSLA(TKMPayload* p) { add(TKIDMessage::SetQueueSLA, p); }
-    void addEnableLink(TKMPayload* p) { add(TKIDMessage::EnableLink, p); }
-    void addDeleteQueueSLA(TKMPayload* p) { add(TKIDMessage::DeleteQueueSLA, p); }
-    void addGetOLTBridgingMode(TKMPayload* p) { add(TKIDMessage::GetOLTBridgingMode, p); }
-    void addSetEncryptionModeDefault(TKMPayload* p) {
-        add(TKIDMessage::SetEncryptionModeDefault, p);
+    void addSetOLTIPMulticastHostCopy(TKMPayload* payload) {
+        add(TKIDMessage::SetOLTIPMulticastHostCopy, payload);
     }
-    void addSetLinkSLA(TKMPayload* p) { add(TKIDMessage::SetLinkSLA, p); }
-    void addGetOltRule(TKMPayload* p) { add(TKIDMessage::GetOLTRule, p); }
-    void addOltRule(TKMPayload* p) { add(TKIDMessage::SetOLTRule, p); }
-    void addDeleteOltPortLinkRule(TKMPayload* p) { add(TKIDMessage::DeleteOLTPortLinkRule, p); }
-    void addSetDomainRules(TKMPayload* p) { add(TKIDMessage::SetDomainRules, p); }
-    void addSetDBAAggregateBandwidth(TKMPayload* p) {
-        add(TKIDMessage::SetDBAAggregateBandwidth, p);
+    void addSetDBAPollingIntervalHighResolution(TKMPayload* payload) {
+        add(TKIDMessage::SetDBAPollingIntervalHighResolution, payload);
     }
-    void addGetOAMExtensionSetSupport(TKMPayload* p) {
-        add(TKIDMessage::GetOAMExtensionSetSupport, p);
+    void addSetEPONLoopTiming(TKMPayload* payload) { add(TKIDMessage::SetEPONLoopTiming, payload); }
+    void addGetONUInformation(TKMPayload* payload) { add(TKIDMessage::GetONUInformation, payload); }
+    void addSetAggregateBandwidth(TKMPayload* payload) {
+        add(TKIDMessage::SetAggregateBandwidth, payload);
     }
-    void addSetOamExtensionSetSupport(TKMPayload* p) {
-        add(TKIDMessage::SetOAMExtensionSetSupport, p);
+    void addSetPath(TKMPayload* payload) { add(TKIDMessage::SetPath, payload); }
+    void addSetQueueSLA(TKMPayload* payload) { add(TKIDMessage::SetQueueSLA, payload); }
+    void addEnableLink(TKMPayload* payload) { add(TKIDMessage::EnableLink, payload); }
+    void addDeleteQueueSLA(TKMPayload* payload) { add(TKIDMessage::DeleteQueueSLA, payload); }
+    void addGetOLTBridgingMode(TKMPayload* payload) {
+        add(TKIDMessage::GetOLTBridgingMode, payload);
     }
-    void addSetEPONSyncTime(TKMPayload* p) { add(TKIDMessage::SetEPONSyncTime, p); }
-    void addSetDomainVersion2(TKMPayload* p) { add(TKIDMessage::SetDomainVersion2, p); }
-    void addGetCTC21OpticalTransceiverDiagnosis(TKMPayload* p) {
-        add(TKIDMessage::GetCTC21OpticalTransceiverDiagnosis, p);
+    void addSetEncryptionModeDefault(TKMPayload* payload) {
+        add(TKIDMessage::SetEncryptionModeDefault, payload);
+    }
+    void addSetLinkSLA(TKMPayload* payload) { add(TKIDMessage::SetLinkSLA, payload); }
+    void addGetOltRule(TKMPayload* payload) { add(TKIDMessage::GetOLTRule, payload); }
+    void addOltRule(TKMPayload* payload) { add(TKIDMessage::SetOLTRule, payload); }
+    void addDeleteOltPortLinkRule(TKMPayload* payload) {
+        add(TKIDMessage::DeleteOLTPortLinkRule, payload);
+    }
+    void addSetDomainRules(TKMPayload* payload) { add(TKIDMessage::SetDomainRules, payload); }
+    void addSetDBAAggregateBandwidth(TKMPayload* payload) {
+        add(TKIDMessage::SetDBAAggregateBandwidth, payload);
+    }
+    void addGetOAMExtensionSetSupport(TKMPayload* payload) {
+        add(TKIDMessage::GetOAMExtensionSetSupport, payload);
+    }
+    void addSetOamExtensionSetSupport(TKMPayload* payload) {
+        add(TKIDMessage::SetOAMExtensionSetSupport, payload);
+    }
+    void addSetEPONSyncTime(TKMPayload* payload) { add(TKIDMessage::SetEPONSyncTime, payload); }
+    void addSetDomainVersion2(TKMPayload* payload) { add(TKIDMessage::SetDomainVersion2, payload); }
+    void addGetCTC21OpticalTransceiverDiagnosis(TKMPayload* payload) {
+        add(TKIDMessage::GetCTC21OpticalTransceiverDiagnosis, payload);
     }
 
 private:

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <pthread.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -26,17 +25,11 @@ constexpr std::chrono::seconds kRebuildPause{1};
 // A receive that fails again and again must not keep a core busy.
 constexpr std::chrono::milliseconds kReceiveErrorPause{10};
 
-int setOption(int descriptor, int option, const void* value, std::size_t size) {
-    return setsockopt(descriptor, SOL_SOCKET, option, value, static_cast<socklen_t>(size));
+int setOption(const UDPDescriptor& opened, int option, const void* value, std::size_t size) {
+    return setsockopt(opened.get(), SOL_SOCKET, option, value, static_cast<socklen_t>(size));
 }
 
 }  // namespace
-
-UDPDescriptor::~UDPDescriptor() {
-    if (descriptor >= 0) {
-        ::close(descriptor);
-    }
-}
 
 SocketHelper* SocketHelper::getInstance(const std::string& interface) {
     using Instances = std::map<std::string, std::unique_ptr<SocketHelper>>;
@@ -88,21 +81,13 @@ void SocketHelper::send(const TKMessage& message, const sockaddr_in& destination
 }
 
 void SocketHelper::bind() {
-    auto opened = openSocket();
-    const std::lock_guard lock(socketMutex);
-    udpSocket = std::move(opened);
-}
-
-std::shared_ptr<UDPDescriptor> SocketHelper::openSocket() const {
-    auto opened =
-        std::make_shared<UDPDescriptor>(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP));
+    auto opened = std::make_shared<UDPDescriptor>();
     if (opened->get() < 0) {
         perror("socket failed");
         PONMGR_THROW("Failed to create UDP socket");
     }
     if (interfaceName != kAnyInterface &&
-        setOption(opened->get(), SO_BINDTODEVICE, interfaceName.c_str(), interfaceName.size() + 1) <
-            0) {
+        setOption(*opened, SO_BINDTODEVICE, interfaceName.c_str(), interfaceName.size() + 1) < 0) {
         perror("setsockopt failed");
         PONMGR_THROW("Set socket failed");
     }
@@ -111,7 +96,7 @@ std::shared_ptr<UDPDescriptor> SocketHelper::openSocket() const {
     address.sin_addr.s_addr = inet_addr(sourceIp.get().c_str());
     address.sin_port = htons(kTkPort);
     const int reuse = 1;
-    if (setOption(opened->get(), SO_REUSEADDR, &reuse, sizeof reuse) < 0) {
+    if (setOption(*opened, SO_REUSEADDR, &reuse, sizeof reuse) < 0) {
         perror("reuse()");
         PONMGR_THROW("Failed to reuse socket");
     }
@@ -119,7 +104,8 @@ std::shared_ptr<UDPDescriptor> SocketHelper::openSocket() const {
         perror("bind failed");
         PONMGR_THROW("Failed to bind socket");
     }
-    return opened;
+    const std::lock_guard lock(socketMutex);
+    udpSocket = std::move(opened);
 }
 
 void SocketHelper::close() {

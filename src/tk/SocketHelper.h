@@ -55,7 +55,6 @@ private:
     void receiveUntilFailure();
     void deliver(const unsigned char* datagram, std::size_t size, const sockaddr_in& sender);
     void close();
-    std::shared_ptr<UDPDescriptor> openSocket() const;
 
     // constant after construction
     const std::string interfaceName;

@@ -23,8 +23,9 @@ public:
     TKMPayload& addU32Number(std::uint32_t value);
     /// One byte, 1 or 0.
     TKMPayload& addBool(bool value);
-    /// Digit pairs, one a byte, taken as they are: a pair that is not hexadecimal becomes 0 (or its
-    /// first digit), and an odd number of digits shifts everything that follows by half a byte.
+    /// Digit pairs, one a byte, taken as they are and unchecked: a pair becomes what strtoul makes
+    /// of it (0 for "zz", 1 for "1z"), and an odd number of digits shifts everything that follows
+    /// by half a byte.
     TKMPayload& addHex(const std::string& digits);
 
     /// Turns the text into bytes; every catalogue entry calls it. An odd last digit is dropped. A

@@ -2,10 +2,11 @@
 
 namespace ponmgr {
 
-/// Owns one socket descriptor; not inherited by the processes that the daemon starts.
+/// Owns one UDP socket over IPv4, which the processes that the daemon starts don't inherit.
 class UDPDescriptor {
 public:
-    explicit UDPDescriptor(int socketDescriptor) : descriptor(socketDescriptor) {}
+    /// Opens the socket. It may fail: get() is negative then, and errno says why.
+    UDPDescriptor();
     UDPDescriptor(const UDPDescriptor&) = delete;
     UDPDescriptor& operator=(const UDPDescriptor&) = delete;
     ~UDPDescriptor();

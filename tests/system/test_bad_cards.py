@@ -1,10 +1,16 @@
 """Silent, slow, lying and short-talking cards, and what they may not do to their neighbours."""
 
 import struct
+from pathlib import Path
 
 from support.card import (GET_DOMAINS, GET_NVS, GET_OAM_SETS, GET_OLT_INFORMATION, SET_NVS,
                           SET_OAM_SETS, Card, olt_information, response)
 from support.waiting import wait_for
+
+
+def is_bound():
+    """Whether the daemon's UDP socket, 127.0.0.1:14113, is there."""
+    return "0100007F:3721" in Path("/proc/net/udp").read_text()
 
 
 def test_a_silent_card_is_asked_three_times_in_fifteen_seconds(card, daemon, peer):
@@ -31,9 +37,9 @@ def test_an_answer_after_the_time_is_up_still_ends_the_second_wait(card, daemon,
         late.append(request)
         if len(late) == 1:
             asked.answer_after = 6
-        else:
-            asked.answer_after = 0.002
-        return [response(request, olt_information(2))]
+            return [response(request, olt_information(2))]
+        asked.answer_after = 0.002
+        return []
 
     inserted.rules[GET_OLT_INFORMATION] = slow
     peer.wait_for("/olt/new", 2, matching=lambda data: data["mac_address"])
@@ -101,7 +107,7 @@ def test_a_storage_answer_that_is_too_short_is_asked_again_and_doesnt_end_the_pa
     inserted.wait_for(GET_NVS, 2)
     daemon.wait_for_line("parseGet_NVS_Enabled[")
     assert daemon.count("]: Invalid NVS Enabled payload") >= 1
-    assert inserted.ids()[:4] == [GET_OLT_INFORMATION, GET_NVS, GET_OAM_SETS, inserted.ids()[3]]
+    assert inserted.ids()[:3] == [GET_OLT_INFORMATION, GET_NVS, GET_OAM_SETS]
 
 
 def test_an_identity_one_byte_short_identifies_nobody(card, daemon, peer):
@@ -127,6 +133,9 @@ def test_a_datagram_of_seven_bytes_rebuilds_the_socket_and_work_goes_on(card, da
     inserted.send_event(b"\x80\x00\x00\x01\x00\x00\x00")
     assert daemon.wait_for_line("Exception: TKMessage[").endswith(
         "]: Impossible to create TKMessage with small size")
+    # closed, and made anew a second later
+    wait_for(lambda: not is_bound(), 5)
+    wait_for(is_bound, 5)
     inserted.wait_for(GET_OAM_SETS, 2)
     assert daemon.is_running()
 

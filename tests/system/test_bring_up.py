@@ -44,6 +44,7 @@ def test_a_card_without_stored_configuration_is_not_reset(card):
 def test_an_unmarked_card_is_marked_between_disable_and_enable_and_asked_again(card):
     inserted = card(7)
     inserted.wait_for(GET_OAM_SETS, 2)
+    first_check = inserted.of(GET_OAM_SETS)[1].time
     assert inserted.ids()[:7] == [GET_OLT_INFORMATION, GET_NVS, GET_OAM_SETS, DISABLE_OLT,
                                   SET_OAM_SETS, ENABLE_OLT, GET_OAM_SETS]
     assert inserted.of(GET_OAM_SETS)[0].data.hex() == "08000db60000070100020003000400"
@@ -53,8 +54,10 @@ def test_an_unmarked_card_is_marked_between_disable_and_enable_and_asked_again(c
         "02050011111101"
         "030500aaaaaa00"
         "04050000a1f500")
-    # configured now: the domains were just set, so nothing else is asked in this pass
-    assert SET_OAM_SETS not in inserted.ids()[7:]
+    # configured now: nothing is asked until the markers are checked again, in the twelfth pass
+    again = inserted.wait_for(GET_OAM_SETS, 3)
+    assert inserted.ids()[7:inserted.requests.index(again)] == []
+    assert again.time - first_check > 10
 
 
 def test_a_marked_card_is_not_configured_again_and_its_domains_are_asked_for(card):

@@ -93,7 +93,7 @@ def test_the_first_source_address_stays_the_transports(card, peer):
 def test_a_source_address_that_is_not_ours_is_tried_again_every_second(daemon, peer):
     peer.address(3, source="192.0.2.1")
     wait_for(lambda: daemon.count("]: Failed to bind socket") >= 2)
-    assert daemon.count("Exception: openSocket[") == daemon.count("]: Failed to bind socket")
+    assert daemon.count("Exception: bind[") == daemon.count("]: Failed to bind socket")
     assert daemon.count("bind failed: Cannot assign requested address") >= 2
     assert daemon.is_running()
 

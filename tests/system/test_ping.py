@@ -51,7 +51,7 @@ def test_the_probe_is_the_real_ping_with_both_addresses_and_inherits_no_descript
     recorder.chmod(0o755)
     assert os.path.exists("/bin/ping") or os.path.exists("/usr/bin/ping")
     # /usr/bin/ping is replaced for this namespace only
-    namespace._mount(str(recorder), os.path.realpath("/usr/bin/ping"), None, namespace.MS_BIND)
+    namespace.mount(str(recorder), os.path.realpath("/usr/bin/ping"), None, namespace.MS_BIND)
     peer.address(1)
     wait_for(lambda: Path("/tmp/ping-descriptors").exists() and
              "->" in Path("/tmp/ping-descriptors").read_text())

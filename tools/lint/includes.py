@@ -18,7 +18,7 @@ GROUND = {"app/Exception.h", "app/LogLine.h"}
 
 SOCKET_HEADERS = {"sys/socket.h", "sys/un.h", "arpa/inet.h"}
 SOCKET_FILES = re.compile(
-    r"^(src/tk/(SocketHelper|UDPSocket)\.cpp"
+    r"^(src/tk/(SocketHelper|UDPDescriptor|UDPSocket)\.cpp"
     r"|corvane/.*|sim/.*|dbman/.*|tests/.*)$")
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+([<"])([^>"]+)[>"]', re.M)

@@ -25,7 +25,8 @@ def _check(result, what):
         raise OSError(error, f"{what}: {os.strerror(error)}")
 
 
-def _mount(source, target, kind, flags, data=None):
+def mount(source, target, kind, flags, data=None):
+    """mount(2), by text; raises OSError."""
     encode = lambda text: text.encode() if text is not None else None
     _check(libc.mount(encode(source), encode(target), encode(kind), flags, encode(data)),
            f"mount {target}")
@@ -46,12 +47,12 @@ def enter(*kept_folders):
     _check(libc.unshare(CLONE_NEWNET | CLONE_NEWNS), "unshare")
     kept = {str(Path(folder).resolve()): os.open(folder, os.O_PATH | os.O_DIRECTORY)
             for folder in kept_folders}
-    _mount(None, "/", None, MS_REC | MS_PRIVATE)
-    _mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777")
+    mount(None, "/", None, MS_REC | MS_PRIVATE)
+    mount("tmpfs", "/tmp", "tmpfs", 0, "mode=1777")
     for path, descriptor in kept.items():
         if path.startswith("/tmp/"):
             os.makedirs(path, exist_ok=True)
-            _mount(f"/proc/self/fd/{descriptor}", path, None, MS_BIND | MS_REC)
+            mount(f"/proc/self/fd/{descriptor}", path, None, MS_BIND | MS_REC)
         os.close(descriptor)
     os.chdir("/")
     subprocess.run(["ip", "link", "set", "lo", "up"], check=True)

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "dbman/Descriptor.h"
+#include "dbman/LocalSocket.h"
+
+namespace ponmgr::dbman {
+
+/// Answers lines at a local socket, a line for a line, on a thread of its own ("dbman-control"). A
+/// client may ask any number of lines on one connection. Only our own user and root are answered.
+class ControlServer {
+public:
+    /// Gets a line without its end and returns one. Called on the thread, one line at a time;
+    /// throws nothing.
+    using Handler = std::function<std::string(const std::string& line)>;
+
+    /// A longer line ends its connection.
+    static constexpr std::size_t kMaximumLineBytes = 65536;
+    static constexpr std::size_t kMaximumConnections = 32;
+
+    ControlServer(std::string path, Handler handler);
+    ControlServer(const ControlServer&) = delete;
+    ControlServer& operator=(const ControlServer&) = delete;
+    /// Stops.
+    ~ControlServer();
+
+    /// From here on clients can connect; they are answered after start(). Throws Failure.
+    void listen();
+
+    void start();
+
+    /// Closes all connections and removes the path. Waits for a handler that runs.
+    void stop();
+
+private:
+    struct Connection {
+        Descriptor descriptor;
+        std::string input;
+        std::string output;
+        /// Nothing more is read; the connection ends when `output` has gone out.
+        bool ending = false;
+    };
+
+    void run();
+    void acceptAll();
+    void serve(Connection& connection, short events);
+    void answerLines(Connection& connection);
+    static void flush(Connection& connection);
+    static void endWith(Connection& connection, const std::string& error);
+
+    // Constant after construction.
+    const std::string path;
+    const Handler handler;
+    // Made by listen(), used by the thread from start() to stop().
+    std::unique_ptr<LocalListener> listener;
+    std::vector<Connection> connections;
+    // Readable when the thread is to end; synchronises itself.
+    Descriptor stopEvent;
+    std::thread thread;
+};
+
+}  // namespace ponmgr::dbman

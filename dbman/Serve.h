@@ -1,0 +1,63 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+#include "dbman/CommandDispatch.h"
+#include "dbman/CommandSender.h"
+#include "dbman/ControlCommands.h"
+#include "dbman/ControlServer.h"
+#include "dbman/Counters.h"
+#include "dbman/Inventory.h"
+#include "dbman/NotificationReceiver.h"
+#include "dbman/Notifications.h"
+#include "dbman/Output.h"
+#include "dbman/SlotConfiguration.h"
+
+namespace ponmgr::dbman {
+
+struct ServeOptions {
+    SlotConfiguration configuration;
+    std::string controlPath;
+    /// Shows only what goes wrong.
+    bool quiet = false;
+    CommandDispatch::Timing commandTiming;
+    CommandSender::Timing senderTiming;
+};
+
+/// The running dbman: the daemon's peer and its own clients' server. Used by one thread.
+class Server {
+public:
+    /// `stream` outlives the object.
+    Server(ServeOptions options, std::ostream& stream);
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+    /// Stops.
+    ~Server();
+
+    /// Listens for the daemon and for clients, says so with the line "dbman ready: ...", and starts
+    /// to work. Throws Failure when one of the two isn't possible.
+    void start();
+
+    /// Ends all threads and removes both sockets.
+    void stop();
+
+private:
+    // Constant after construction.
+    const ServeOptions options;
+    // Each synchronises itself. In the order in which they need one another.
+    Output output;
+    Counters counters;
+    Inventory inventory;
+    CommandSender sender;
+    CommandDispatch dispatch;
+    Notifications notifications;
+    ControlCommands commands;
+    NotificationReceiver receiver;
+    ControlServer control;
+};
+
+/// Runs a Server until SIGINT or SIGTERM. Throws Failure when it can't start.
+void serveUntilSignal(const ServeOptions& options, std::ostream& stream);
+
+}  // namespace ponmgr::dbman

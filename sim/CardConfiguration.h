@@ -1,0 +1,65 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "sim/PayloadStore.h"
+#include "sim/RuleTable.h"
+
+namespace ponmgr::sim {
+
+using Oui = std::array<std::uint8_t, 3>;
+
+/// OUI of the OAM extension set that tells a configured card from one that isn't.
+inline constexpr Oui kMarkerOui{0x11, 0x11, 0x11};
+
+struct ExtensionSet {
+    std::uint8_t type = 0;
+    std::uint8_t version = 0;
+    Oui oui{};
+    bool enabled = false;
+};
+
+struct Domain {
+    std::uint16_t id = 0;
+    /// Groups of paths in the domain.
+    std::uint16_t count = 0;
+    /// The service paths that the domain's groups name.
+    std::vector<std::uint16_t> paths;
+};
+
+/// All that the manager sets on a card; what its non-volatile storage holds while that is on.
+struct CardConfiguration {
+    static constexpr std::size_t kMostDomains = 64;
+    static constexpr std::size_t kMostPaths = 256;
+    /// PON ports 0 and 1, network ports 2 and 3.
+    static constexpr std::size_t kRulePorts = 4;
+
+    std::array<ExtensionSet, 4> extensionSets;
+    bool enabled = true;
+    std::uint8_t bridgingType = 0;
+    std::uint16_t macTableEntryLimit = 64;
+    std::vector<Domain> domains;
+    /// Path id -> the two ends as they were set, 12 bytes.
+    std::map<std::uint16_t, std::vector<std::uint8_t>> paths;
+    std::array<RuleTable, kRulePorts> rules;
+    PayloadStore accepted;
+
+    /// A card as it leaves the factory.
+    static CardConfiguration factory();
+    /// A card with the marker, the eight service paths and the domain that names them.
+    static CardConfiguration provisioned();
+
+    /// Whether the first set of the marker's OUI is enabled.
+    bool isMarked() const;
+    /// Adds a domain or replaces the one of the same id. False when there are too many.
+    bool setDomain(const Domain& domain);
+    bool setPath(std::uint16_t pathId, std::vector<std::uint8_t> ends);
+    /// How many domains name the path.
+    std::uint16_t usageOfPath(std::uint16_t pathId) const;
+};
+
+}  // namespace ponmgr::sim

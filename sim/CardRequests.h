@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "sim/Card.h"
+#include "sim/PayloadLayout.h"
+#include "sim/Wire.h"
+
+namespace ponmgr::sim {
+
+/// One request being carried out on one card.
+struct Exchange {
+    Card& card;
+    const RequestFrame& request;
+    /// Value of the request's key fields.
+    std::uint64_t key = 0;
+    /// Takes the answer's data; its header is there already.
+    Writer& answer;
+    /// Set by the request that resets the card: the reset begins once the answer is sent.
+    bool resetAfterAnswer = false;
+};
+
+/// Carries out a request whose payload fits its layout. Changes nothing unless it returns ok.
+using RequestHandler = Result (*)(Exchange&);
+
+/// Whether the accepted payload is kept in the card's store.
+enum class Keep : std::uint8_t { no, yes };
+
+struct CardRequest {
+    std::uint16_t id = 0;
+    Keep keep = Keep::no;
+    std::string_view name;
+    PayloadLayout layout;
+    RequestHandler handler = nullptr;
+};
+
+/// Every request a card knows, by ascending id.
+std::span<const CardRequest> cardRequests();
+
+/// Null for an id that a card doesn't know.
+const CardRequest* findCardRequest(std::uint16_t id);
+
+/// Writes the whole answer frame to `exchange.answer`: a length field that disagrees with the
+/// datagram and a payload that doesn't fit the request's layout give "parameter out of range", an
+/// id that no card knows gives "unsupported".
+void answerRequest(Exchange& exchange);
+
+}  // namespace ponmgr::sim

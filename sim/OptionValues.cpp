@@ -1,0 +1,145 @@
+#include "sim/OptionValues.h"
+
+#include <arpa/inet.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <set>
+#include <string_view>
+
+namespace ponmgr::sim {
+
+namespace {
+
+struct Unit {
+    std::string_view name;
+    Duration length;
+};
+
+constexpr Unit kUnits[] = {
+    {"us", std::chrono::microseconds(1)},
+    {"ms", std::chrono::milliseconds(1)},
+    {"s", std::chrono::seconds(1)},
+};
+
+[[noreturn]] void refuse(const std::string& option, const std::string& text,
+                         const std::string& allowed) {
+    throw UsageError(option + ": '" + text + "' can't be used; allowed: " + allowed);
+}
+
+/// The whole of `text` as a number in `base`; nothing when any of it is something else.
+template <typename Number>
+std::optional<Number> wholeNumber(std::string_view text, int base = 10) {
+    Number value{};
+    const auto* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
+    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
+}
+
+std::optional<int> slotNumber(std::string_view text) {
+    const auto slot = wholeNumber<int>(text);
+    return slot && *slot >= kFirstSlot && *slot <= kLastSlot ? slot : std::nullopt;
+}
+
+/// "3" or "1-3".
+bool addSlots(std::string_view part, std::set<int>& slots) {
+    const auto dash = part.find('-');
+    const auto first = slotNumber(part.substr(0, dash));
+    const auto last = dash == std::string_view::npos ? first : slotNumber(part.substr(dash + 1));
+    if (!first || !last || *first > *last) {
+        return false;
+    }
+    for (int slot = *first; slot <= *last; ++slot) {
+        slots.insert(slot);
+    }
+    return true;
+}
+
+std::string inSeconds(Duration duration) {
+    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(duration).count()) + "s";
+}
+
+}  // namespace
+
+std::vector<int> parseSlots(const std::string& option, const std::string& text) {
+    std::set<int> slots;
+    std::string_view rest = text;
+    while (true) {
+        const auto comma = rest.find(',');
+        if (!addSlots(rest.substr(0, comma), slots)) {
+            refuse(option, text, "slots 1 to 8 and ascending ranges of them, such as 1-3,7");
+        }
+        if (comma == std::string_view::npos) {
+            return {slots.begin(), slots.end()};
+        }
+        rest.remove_prefix(comma + 1);
+    }
+}
+
+int parseSlot(const std::string& option, const std::string& text) {
+    const auto slot = slotNumber(text);
+    if (!slot) {
+        refuse(option, text, "a slot from 1 to 8");
+    }
+    return *slot;
+}
+
+Duration parseDuration(const std::string& option, const std::string& text, Duration longest) {
+    if (text == "0") {
+        return Duration::zero();
+    }
+    const auto digits = std::min(text.find_first_not_of("0123456789"), text.size());
+    const auto count = wholeNumber<std::uint32_t>(std::string_view(text).substr(0, digits));
+    for (const auto& unit : kUnits) {
+        if (count && text.substr(digits) == unit.name && *count <= longest / unit.length) {
+            return unit.length * *count;
+        }
+    }
+    refuse(option, text,
+           "a whole number with us, ms or s, such as 2ms, up to " + inSeconds(longest) + ", or 0");
+}
+
+std::uint32_t parseBaseAddress(const std::string& option, const std::string& text) {
+    in_addr address{};
+    const bool valid = inet_pton(AF_INET, text.c_str(), &address) == 1;
+    const auto base = ntohl(address.s_addr);
+    if (!valid || base > UINT32_MAX - kLastSlot) {
+        refuse(option, text, "an IPv4 address with room for 8 more above it, such as 127.0.1.0");
+    }
+    return base;
+}
+
+std::uint16_t parsePort(const std::string& option, const std::string& text) {
+    const auto port = wholeNumber<std::uint16_t>(text);
+    if (!port || *port == 0) {
+        refuse(option, text, "a port from 1 to 65535");
+    }
+    return *port;
+}
+
+bool parseOnOff(const std::string& option, const std::string& text) {
+    if (text != "on" && text != "off") {
+        refuse(option, text, "on, off");
+    }
+    return text == "on";
+}
+
+std::array<std::uint8_t, 2> parseProductCode(const std::string& option, const std::string& text) {
+    const auto code = text.size() == 4 ? wholeNumber<std::uint16_t>(text, 16) : std::nullopt;
+    if (!code) {
+        refuse(option, text, "four hex digits, such as 3723");
+    }
+    return {static_cast<std::uint8_t>(*code >> 8), static_cast<std::uint8_t>(*code)};
+}
+
+std::string parseSocketPath(const std::string& option, const std::string& text) {
+    constexpr auto kLongest = sizeof sockaddr_un{}.sun_path - 1;
+    if (text.empty() || text.size() > kLongest) {
+        refuse(option, text, "a path of 1 to " + std::to_string(kLongest) + " bytes");
+    }
+    return text;
+}
+
+}  // namespace ponmgr::sim

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "sim/TimerQueue.h"
+
+namespace ponmgr::sim {
+
+/// A value on the command line that can't be used; the text names it and says what is allowed.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+inline constexpr int kFirstSlot = 1;
+inline constexpr int kLastSlot = 8;
+
+/// "1-3,7" -> 1, 2, 3, 7: ascending, each once. All of these throw UsageError; `option` is the
+/// option's name for its text.
+std::vector<int> parseSlots(const std::string& option, const std::string& text);
+
+/// 1 to 8.
+int parseSlot(const std::string& option, const std::string& text);
+
+/// "250us", "2ms", "3s", or 0; at most `longest`.
+Duration parseDuration(const std::string& option, const std::string& text, Duration longest);
+
+/// Dotted quad to host order; the addresses of all slots above it must exist.
+std::uint32_t parseBaseAddress(const std::string& option, const std::string& text);
+
+/// 1 to 65535.
+std::uint16_t parsePort(const std::string& option, const std::string& text);
+
+bool parseOnOff(const std::string& option, const std::string& text);
+
+/// Four hex digits.
+std::array<std::uint8_t, 2> parseProductCode(const std::string& option, const std::string& text);
+
+/// A path that the address of a local socket can hold.
+std::string parseSocketPath(const std::string& option, const std::string& text);
+
+}  // namespace ponmgr::sim

@@ -1,0 +1,147 @@
+#include "sim/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <sstream>
+
+#include "sim/ControlJson.h"
+#include "sim/OptionValues.h"
+
+namespace ponmgr::sim {
+
+namespace {
+
+constexpr auto kLongestLatency = std::chrono::seconds(60);
+constexpr auto kLongestReset = std::chrono::hours(1);
+constexpr auto kLongestTimeout = std::chrono::hours(24);
+
+/// The values as they are written on the command line.
+struct Texts {
+    std::string slots = "1-8";
+    std::string base = "127.0.1.0";
+    std::string port = "14113";
+    std::string latency = "2ms";
+    std::string resetTime = "3s";
+    std::string nvs = "on";
+    std::string productCode = "3723";
+    std::string control = "/tmp/chassis-sim.ctl";
+    std::string timeout = "120s";
+    std::vector<std::string> words;
+    bool configured = false;
+    bool verbose = false;
+    bool json = false;
+};
+
+struct TextOption {
+    const char* name;
+    std::string Texts::*text;
+    const char* value;
+    const char* description;
+};
+
+constexpr TextOption kServeOptions[] = {
+    {"--slots", &Texts::slots, "LIST", "Slots that hold a card: 1 to 8, such as 1-3,7"},
+    {"--base", &Texts::base, "ADDRESS", "Slot n has the address ADDRESS + n"},
+    {"--port", &Texts::port, "PORT", "UDP port of every card"},
+    {"--latency", &Texts::latency, "TIME", "Time from a request to its answer (us, ms, s, or 0)"},
+    {"--reset-time", &Texts::resetTime, "TIME", "How long a reset takes (us, ms, s, or 0)"},
+    {"--nvs", &Texts::nvs, "on|off", "Whether the cards' non-volatile storage is on at the start"},
+    {"--product-code", &Texts::productCode, "XXXX", "Product code of the cards, four hex digits"},
+};
+
+constexpr TextOption kControlOption{"--control", &Texts::control, "PATH", "Control socket"};
+constexpr TextOption kTimeoutOption{"--timeout", &Texts::timeout, "TIME",
+                                    "How long 'wait' waits (us, ms, s)"};
+
+void addOption(CLI::App& app, Texts& texts, const TextOption& option) {
+    app.add_option(option.name, texts.*option.text, option.description)
+        ->capture_default_str()
+        ->type_name(option.value);
+}
+
+void describe(CLI::App& app, Texts& texts) {
+    app.set_version_flag("--version", "chassis-sim " CHASSIS_SIM_VERSION);
+    for (const auto& option : kServeOptions) {
+        addOption(app, texts, option);
+    }
+    app.add_flag("--configured", texts.configured,
+                 "Cards start marked as configured, with domains, NVS off");
+    addOption(app, texts, kControlOption);
+    app.add_flag("--verbose", texts.verbose, "Print one line a datagram");
+
+    auto* const ctl = app.add_subcommand("ctl", "Ask or command a running simulator");
+    ctl->add_option("words", texts.words,
+                    "list | card N get | card N reset | card N mute | card N unmute | "
+                    "card N product-code XXXX | wait in-service")
+        ->type_name("COMMAND");
+    ctl->add_flag("--json", texts.json, "Print JSON, errors too");
+    addOption(*ctl, texts, kTimeoutOption);
+    addOption(*ctl, texts, kControlOption);
+}
+
+ServeOptions serveOptions(const Texts& texts, bool nvsGiven) {
+    ServeOptions options;
+    options.chassis.slots = parseSlots("--slots", texts.slots);
+    options.chassis.base = parseBaseAddress("--base", texts.base);
+    options.chassis.port = parsePort("--port", texts.port);
+    options.chassis.latency = parseDuration("--latency", texts.latency, kLongestLatency);
+    options.chassis.resetTime = parseDuration("--reset-time", texts.resetTime, kLongestReset);
+    options.chassis.nvsEnabled = parseOnOff("--nvs", texts.nvs);
+    options.chassis.configured = texts.configured;
+    options.chassis.productCode = parseProductCode("--product-code", texts.productCode);
+    options.controlPath = parseSocketPath("--control", texts.control);
+    options.verbose = texts.verbose;
+    if (texts.configured && nvsGiven && options.chassis.nvsEnabled) {
+        throw UsageError("--nvs: 'on' can't be used with --configured; allowed: off");
+    }
+    return options;
+}
+
+ControlOptions controlOptions(const Texts& texts) {
+    ControlOptions options;
+    options.words = texts.words;
+    options.controlPath = parseSocketPath("--control", texts.control);
+    options.timeout = parseDuration("--timeout", texts.timeout, kLongestTimeout);
+    options.json = texts.json;
+    return options;
+}
+
+}  // namespace
+
+Finished failure(int status, const std::string& text, bool json) {
+    if (json) {
+        return {status,
+                Json{{"error", text}}.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n',
+                ""};
+    }
+    return {status, "", "chassis-sim: " + text + '\n'};
+}
+
+CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
+    Texts texts;
+    CLI::App app("A chassis of simulated PON cards.", "chassis-sim");
+    describe(app, texts);
+    // Known before the parse succeeds, for the errors of the parse itself.
+    const bool json = std::ranges::find(arguments, "--json") != arguments.end();
+    try {
+        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+        app.parse(reversed);
+        if (app.got_subcommand("ctl")) {
+            return controlOptions(texts);
+        }
+        return serveOptions(texts, app.count("--nvs") > 0);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) {
+            std::ostringstream output;
+            app.exit(error, output, output);
+            return Finished{kExitOk, output.str(), ""};
+        }
+        return failure(kExitUsage, std::string(error.what()) + " (see chassis-sim --help)", json);
+    } catch (const UsageError& error) {
+        return failure(kExitUsage, error.what(), json);
+    }
+}
+
+}  // namespace ponmgr::sim

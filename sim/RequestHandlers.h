@@ -1,0 +1,42 @@
+#pragma once
+
+#include "sim/CardRequests.h"
+
+/// The handlers that the table in CardRequests.cpp names, one source file a topic.
+namespace ponmgr::sim {
+
+/// Nothing to do beyond keeping the payload.
+Result accept(Exchange& exchange);
+
+// IdentityRequests.cpp: the card itself
+Result resetOlt(Exchange& exchange);
+Result getOltInformation(Exchange& exchange);
+Result enableOlt(Exchange& exchange);
+Result disableOlt(Exchange& exchange);
+Result getNvsEnabled(Exchange& exchange);
+Result setNvsEnabled(Exchange& exchange);
+Result getExtensionSets(Exchange& exchange);
+Result setExtensionSets(Exchange& exchange);
+Result getStatistics(Exchange& exchange);
+
+// ConfigurationRequests.cpp: bridging, paths and domains
+Result setBridging(Exchange& exchange);
+Result setPath(Exchange& exchange);
+Result getAllPaths(Exchange& exchange);
+Result deleteQueueSla(Exchange& exchange);
+Result setDomain(Exchange& exchange);
+Result getAllDomains(Exchange& exchange);
+
+// LinkRequests.cpp: ONU links
+Result listNoLinks(Exchange& exchange);
+Result noSuchLink(Exchange& exchange);
+Result clearLink(Exchange& exchange);
+Result getBridgingMode(Exchange& exchange);
+Result setOnuPortVlan(Exchange& exchange);
+
+// RuleRequests.cpp: classification rules
+Result getRules(Exchange& exchange);
+Result addRules(Exchange& exchange);
+Result deleteRules(Exchange& exchange);
+
+}  // namespace ponmgr::sim

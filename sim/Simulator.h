@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sim/Chassis.h"
+#include "sim/ControlServer.h"
+#include "sim/ControlVerbs.h"
+#include "sim/EventLoop.h"
+#include "sim/Options.h"
+#include "sim/UdpEndpoint.h"
+
+namespace ponmgr::sim {
+
+/// The whole program: every card's socket, the control socket and the loop that serves them.
+class Simulator {
+public:
+    /// Binds everything. Throws std::runtime_error that names what can't be bound.
+    explicit Simulator(const ServeOptions& options);
+    Simulator(const Simulator&) = delete;
+    Simulator& operator=(const Simulator&) = delete;
+    ~Simulator();
+
+    /// "chassis-sim ready: ...", without the line's end.
+    std::string readyLine() const;
+
+    /// Serves until SIGINT or SIGTERM, which must be blocked in every thread of the process, or
+    /// until a callback stops the loop.
+    void run();
+
+    EventLoop& eventLoop() { return loop; }
+
+private:
+    void bindCards();
+    void receiveAll(Card& card);
+    bool transmit(const Card& card, Endpoint to, std::span<const std::uint8_t> datagram) const;
+    void watchSignals();
+
+    ServeOptions options;
+    EventLoop loop;
+    Chassis chassis;
+    /// One a card, by slot.
+    std::map<int, UdpEndpoint> endpoints;
+    ControlVerbs verbs;
+    std::unique_ptr<ControlServer> control;
+    FileDescriptor signals;
+    std::vector<std::uint8_t> receiveBuffer;
+};
+
+/// SIGINT and SIGTERM are to be taken by run() from now on, SIGPIPE by nobody.
+void prepareSignals();
+
+}  // namespace ponmgr::sim

@@ -1,0 +1,118 @@
+#include "dbman/Arguments.h"
+#include "dbman/Errors.h"
+
+namespace ponmgr::dbman {
+
+namespace {
+
+using testing::ElementsAre;
+
+template <typename Action>
+std::string refusalOf(Action action) {
+    try {
+        action();
+    } catch (const ArgumentError& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(ParseSlot, TakesOneToEight) {
+    EXPECT_EQ(parseSlot("1"), 1);
+    EXPECT_EQ(parseSlot("8"), 8);
+}
+
+TEST(ParseSlot, NamesTheValueAndWhatIsAllowed) {
+    EXPECT_EQ(refusalOf([] { parseSlot("9"); }),
+              "slot \"9\" is not allowed: a slot is a number from 1 to 8");
+}
+
+TEST(ParseSlot, RefusesEverythingElse) {
+    for (const auto* text : {"", "0", "9", "-1", "+1", " 1", "1 ", "1x", "all", "99999999999"}) {
+        EXPECT_THROW(parseSlot(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseSlotList, TakesSlotsAndRanges) {
+    EXPECT_THAT(parseSlotList("1-8"), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
+    EXPECT_THAT(parseSlotList("3"), ElementsAre(3));
+    EXPECT_THAT(parseSlotList("7,1-3"), ElementsAre(1, 2, 3, 7));
+    EXPECT_THAT(parseSlotList("4-4,4"), ElementsAre(4));
+}
+
+TEST(ParseSlotList, RefusesEverythingElse) {
+    for (const auto* text : {"", ",", "1,", "0-3", "1-9", "3-1", "1-2-3", "-", "1-", "a"}) {
+        EXPECT_THROW(parseSlotList(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParsePortAddress, TakesSlotAndPort) {
+    EXPECT_EQ(parsePortAddress("3/1").slot, 3);
+    EXPECT_EQ(parsePortAddress("3/1").port, 1);
+    EXPECT_EQ(parsePortAddress("8/0").port, 0);
+}
+
+TEST(ParsePortAddress, RefusesEverythingElse) {
+    for (const auto* text : {"", "3", "3/", "/1", "3/2", "0/1", "9/0", "3/1/0", "3/-0", "a/b"}) {
+        EXPECT_THROW(parsePortAddress(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseMacAddress, IsReturnedInLowerCase) {
+    EXPECT_EQ(parseMacAddress("00:0D:B6:aF:00:03"), "00:0d:b6:af:00:03");
+}
+
+TEST(ParseMacAddress, RefusesEverythingElse) {
+    for (const auto* text : {"", "000db6000003", "00-0d-b6-00-00-03", "00:0d:b6:00:00", "all",
+                             "00:0d:b6:00:00:0g", "00:0d:b6:00:00:03:", "0:00d:b6:00:00:03"}) {
+        EXPECT_THROW(parseMacAddress(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseVlan, TakesOneTo4095) {
+    EXPECT_EQ(parseVlan("1"), "1");
+    EXPECT_EQ(parseVlan("4095"), "4095");
+    EXPECT_EQ(parseVlan("007"), "7");
+}
+
+TEST(ParseVlan, RefusesEverythingElse) {
+    for (const auto* text : {"", "0", "4096", "-1", "1.5", "x", "0x10"}) {
+        EXPECT_THROW(parseVlan(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseIpv4, IsTheOppositeOfPrinting) {
+    EXPECT_EQ(parseIpv4("127.0.1.3"), 0x7F000103U);
+    EXPECT_EQ(printIpv4(0x7F000103U), "127.0.1.3");
+}
+
+TEST(ParseIpv4, RefusesWhatAShellWouldObey) {
+    for (const auto& text :
+         {std::string("127.0.1.3; reboot"), std::string("127.0.1"), std::string("localhost"),
+          std::string(), std::string("::1"), std::string("127.0.1.3\0x", 11)}) {
+        EXPECT_THROW(parseIpv4(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseUri, BeginsWithASlashAndHasNoBlanks) {
+    EXPECT_EQ(parseUri("/slot/onu/"), "/slot/onu/");
+    for (const auto* text : {"", "slot", "/a b", "/a\n", "/\xff"}) {
+        EXPECT_THROW(parseUri(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseKeyValue, SplitsAtTheFirstSign) {
+    EXPECT_EQ(parseKeyValue("a=b=c"), std::make_pair(std::string("a"), std::string("b=c")));
+    EXPECT_EQ(parseKeyValue("a="), std::make_pair(std::string("a"), std::string()));
+    for (const auto* text : {"", "a", "=b", "a=\xff"}) {
+        EXPECT_THROW(parseKeyValue(text), ArgumentError) << text;
+    }
+}
+
+TEST(Refusal, ShowsNoControlCharactersOfTheValue) {
+    EXPECT_THAT(refusalOf([] { parseSlot("\x1b[31m"); }), testing::HasSubstr("\"?[31m\""));
+}
+
+}  // namespace
+
+}  // namespace ponmgr::dbman

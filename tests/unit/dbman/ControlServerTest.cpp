@@ -1,0 +1,222 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "dbman/ControlClient.h"
+#include "dbman/ControlServer.h"
+#include "dbman/Errors.h"
+#include "support/WaitFor.h"
+
+namespace ponmgr::dbman {
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr auto kPath = "/tmp/test.ctl";
+
+std::string echo(const std::string& line) {
+    return "answer to " + line;
+}
+
+/// A server that answers each line with itself.
+class ControlServerTest : public testing::Test {
+protected:
+    void start() {
+        server.listen();
+        server.start();
+    }
+
+    ControlServer server{kPath, echo};
+};
+
+/// Reads until the peer closes.
+std::string readAll(const Descriptor& connection) {
+    std::string text;
+    while (const auto count = receiveSome(connection, text)) {
+        if (*count == 0) {
+            break;
+        }
+    }
+    return text;
+}
+
+TEST_F(ControlServerTest, AnswersALineWithALine) {
+    start();
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+}
+
+TEST_F(ControlServerTest, AnswersSeveralLinesOfOneConnection) {
+    start();
+    const auto connection = connectLocal(kPath, 10);
+    ASSERT_TRUE(sendSome(connection, "a\nb\n"));
+    std::string text;
+    while (text != "answer to a\nanswer to b\n" && receiveSome(connection, text)) {
+    }
+    EXPECT_EQ(text, "answer to a\nanswer to b\n");
+}
+
+TEST_F(ControlServerTest, AnswersALineThatComesInPieces) {
+    start();
+    const auto connection = connectLocal(kPath, 10);
+    ASSERT_TRUE(sendSome(connection, "he"));
+    EXPECT_EQ(askDbman(kPath, "between"), "answer to between");
+    ASSERT_TRUE(sendSome(connection, "llo\n"));
+    std::string text;
+    ASSERT_TRUE(receiveSome(connection, text));
+    EXPECT_EQ(text, "answer to hello\n");
+}
+
+TEST_F(ControlServerTest, AnswersOthersWhileAClientIsSilent) {
+    start();
+    const auto silent = connectLocal(kPath, 10);
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+}
+
+TEST_F(ControlServerTest, AnswersOthersWhileAClientDoesNotRead) {
+    ControlServer large("/tmp/large.ctl", [](const std::string& line) {
+        return line == "small" ? line : std::string(5'000'000, 'x');
+    });
+    large.listen();
+    large.start();
+    const auto deaf = connectLocal("/tmp/large.ctl", 10);
+    ASSERT_TRUE(sendSome(deaf, "large\nlarge\n"));
+    EXPECT_EQ(askDbman("/tmp/large.ctl", "small"), "small");
+    EXPECT_EQ(askDbman("/tmp/large.ctl", "large").size(), 5'000'000U);
+}
+
+TEST_F(ControlServerTest, RefusesALineThatNeverEnds) {
+    start();
+    const auto connection = connectLocal(kPath, 10);
+    ASSERT_TRUE(sendSome(connection, std::string(ControlServer::kMaximumLineBytes + 1, 'x')));
+    EXPECT_EQ(readAll(connection), "{\"error\":\"a line of more than 65536 bytes\"}\n");
+}
+
+TEST_F(ControlServerTest, RefusesOneClientTooMany) {
+    start();
+    std::vector<Descriptor> clients;
+    for (std::size_t count = 0; count < ControlServer::kMaximumConnections; ++count) {
+        clients.push_back(connectLocal(kPath, 10));
+    }
+    EXPECT_EQ(readAll(connectLocal(kPath, 10)), "{\"error\":\"too many clients at a time\"}\n");
+    clients.clear();
+    EXPECT_TRUE(
+        ponmgr::test::waitFor([] { return askDbman(kPath, "hello") == "answer to hello"; }));
+}
+
+TEST_F(ControlServerTest, MakesItsSocketForItsUserAndGroupOnly) {
+    const mode_t previous = umask(0077);
+    start();
+    umask(previous);
+    struct stat file {};
+    ASSERT_EQ(stat(kPath, &file), 0);
+    EXPECT_EQ(file.st_mode & 07777U, 0660U);
+}
+
+TEST_F(ControlServerTest, RemovesItsSocketWhenItStops) {
+    start();
+    server.stop();
+    EXPECT_FALSE(std::filesystem::exists(kPath));
+}
+
+TEST_F(ControlServerTest, LeavesALiveSocketToItsOwner) {
+    start();
+    {
+        ControlServer second(kPath, echo);
+        try {
+            second.listen();
+            FAIL() << "two servers listen at one path";
+        } catch (const Failure& error) {
+            EXPECT_STREQ(error.what(),
+                         "can't listen at /tmp/test.ctl: a dbman listens there already");
+        }
+    }
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+}
+
+TEST_F(ControlServerTest, ReplacesTheSocketOfOneThatHasEnded) {
+    {
+        const LocalListener ended("/tmp/ended.ctl");
+        std::filesystem::create_hard_link("/tmp/ended.ctl", kPath);
+    }
+    start();
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+}
+
+TEST_F(ControlServerTest, LeavesAFileThatIsNoSocketAlone) {
+    std::ofstream(kPath) << "precious";
+    EXPECT_THROW(server.listen(), Failure);
+    std::string text;
+    std::ifstream(kPath) >> text;
+    EXPECT_EQ(text, "precious");
+}
+
+TEST_F(ControlServerTest, RefusesAPathThatIsTooLong) {
+    ControlServer longPath("/tmp/" + std::string(200, 'x'), echo);
+    EXPECT_THROW(longPath.listen(), Failure);
+}
+
+/// What a process of another user is answered; "no other user" where none can be had.
+std::string askAsSomebodyElse() {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const Descriptor reading(ends[0]);
+    Descriptor writing(ends[1]);
+    const pid_t child = fork();
+    if (child == 0) {
+        std::string result = "no other user";
+        if (setuid(65534) == 0) {
+            result = readAll(connectLocal(kPath, 10));
+        }
+        const auto written = write(writing.get(), result.data(), result.size());
+        _exit(written < 0 ? 1 : 0);
+    }
+    writing = Descriptor();
+    std::string text(1000, '\0');
+    const auto count = read(reading.get(), text.data(), text.size());
+    waitpid(child, nullptr, 0);
+    return text.substr(0, count > 0 ? static_cast<std::size_t>(count) : 0);
+}
+
+TEST_F(ControlServerTest, RefusesAnotherUserEvenWhenTheFileLetsHimIn) {
+    server.listen();
+    ASSERT_EQ(chmod(kPath, 0666), 0);
+    server.start();
+    const auto answer = askAsSomebodyElse();
+    EXPECT_THAT(answer, testing::AnyOf("{\"error\":\"only the user of this dbman and root may "
+                                       "command it\"}\n",
+                                       "no other user"));
+}
+
+TEST(AskDbman, SaysThatNoneRuns) {
+    try {
+        askDbman("/tmp/nobody.ctl", "hello");
+        FAIL() << "somebody answered";
+    } catch (const NotRunning& error) {
+        EXPECT_THAT(error.what(), HasSubstr("no dbman listens at /tmp/nobody.ctl"));
+    }
+}
+
+TEST(AskDbman, SaysThatTheOneThereHasEnded) {
+    {
+        const LocalListener ended("/tmp/ended.ctl");
+        std::filesystem::create_hard_link("/tmp/ended.ctl", "/tmp/left.ctl");
+    }
+    EXPECT_THROW(askDbman("/tmp/left.ctl", "hello"), NotRunning);
+}
+
+TEST(AskDbman, SaysThatTheConnectionEndedWithoutAnAnswer) {
+    LocalListener listener(kPath);
+    std::thread closing(
+        [&listener] { ponmgr::test::waitFor([&listener] { return listener.accept().isOpen(); }); });
+    EXPECT_THROW(askDbman(kPath, "hello"), Failure);
+    closing.join();
+}
+
+}  // namespace
+
+}  // namespace ponmgr::dbman

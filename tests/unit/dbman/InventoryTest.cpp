@@ -1,0 +1,86 @@
+#include "dbman/Inventory.h"
+
+namespace ponmgr::dbman {
+
+namespace {
+
+const Time kTime = Time() + std::chrono::seconds(1'000'000'000);
+
+Inventory inventoryOf(const std::vector<int>& slots) {
+    return Inventory(makeSlotConfiguration(slots, 0x7F000100, 0x7F000001));
+}
+
+TEST(Inventory, BeginsWithTheConfiguredCardsInUnknownState) {
+    const auto inventory = inventoryOf({3});
+    const auto cards = inventory.cards();
+    ASSERT_EQ(cards.size(), 1U);
+    EXPECT_EQ(cards[0].slot, 3);
+    EXPECT_EQ(cards[0].address, "127.0.1.3");
+    EXPECT_EQ(cards[0].source, "127.0.0.1");
+    EXPECT_EQ(cards[0].state, State::unknown);
+    EXPECT_FALSE(cards[0].lastReport);
+}
+
+TEST(Inventory, KeepsWhatAReportDoesNotSay) {
+    auto inventory = inventoryOf({3});
+    inventory.updateCard(3, {{"mac_address", "m"}, {"online_status", "1"}}, {{{"a", "b"}}}, kTime);
+    inventory.updateCard(3, {{"app_version", "0102"}}, {}, kTime);
+    const auto card = inventory.cards().at(0);
+    EXPECT_EQ(card.state, State::online);
+    EXPECT_EQ(valueOf(card.record, "mac_address"), "m");
+    EXPECT_EQ(valueOf(card.record, "app_version"), "0102");
+    EXPECT_EQ(card.moduleOltTable.size(), 1U);
+    EXPECT_EQ(card.address, "127.0.1.3");
+    EXPECT_EQ(card.lastReport, kTime);
+}
+
+TEST(Inventory, AddsACardThatIsNotConfigured) {
+    auto inventory = inventoryOf({3});
+    inventory.updateCard(1, {{"online_status", "0"}}, {}, kTime);
+    const auto cards = inventory.cards();
+    ASSERT_EQ(cards.size(), 2U);
+    EXPECT_EQ(cards[0].slot, 1);
+    EXPECT_EQ(cards[0].address, "");
+    EXPECT_EQ(cards[0].state, State::offline);
+}
+
+TEST(Inventory, SetsOnlyTheOnusOfASlotOffline) {
+    auto inventory = inventoryOf({});
+    inventory.updateOnu("a", 1, {{"online_status", "1"}}, kTime);
+    inventory.updateOnu("b", 2, {{"online_status", "1"}}, kTime);
+    inventory.setOnusOffline(2);
+    EXPECT_EQ(inventory.findOnu("a")->state, State::online);
+    EXPECT_EQ(inventory.findOnu("b")->state, State::offline);
+    EXPECT_EQ(valueOf(inventory.findOnu("b")->record, "online_status"), "0");
+}
+
+TEST(Inventory, FollowsAnOnuToAnotherSlot) {
+    auto inventory = inventoryOf({});
+    inventory.updateOnu("a", 1, {}, kTime);
+    inventory.updateOnu("a", 2, {}, kTime);
+    inventory.updateOnu("a", std::nullopt, {}, kTime);
+    EXPECT_TRUE(inventory.onus(1).empty());
+    EXPECT_EQ(inventory.onus(2).size(), 1U);
+}
+
+TEST(Inventory, ForgetsARemovedOnu) {
+    auto inventory = inventoryOf({});
+    inventory.updateOnu("a", 1, {}, kTime);
+    EXPECT_TRUE(inventory.removeOnu("a"));
+    EXPECT_FALSE(inventory.removeOnu("a"));
+    EXPECT_FALSE(inventory.findOnu("a"));
+}
+
+TEST(Inventory, RefusesAFurtherOnuWhenItIsFullButStillUpdatesTheOthers) {
+    auto inventory = inventoryOf({});
+    for (std::size_t number = 0; number < Inventory::kMaximumOnus; ++number) {
+        ASSERT_TRUE(inventory.updateOnu(std::to_string(number), 1, {}, kTime));
+    }
+    EXPECT_FALSE(inventory.updateOnu("one more", 1, {}, kTime));
+    EXPECT_TRUE(inventory.updateOnu("0", 2, {}, kTime));
+    EXPECT_EQ(inventory.onus(std::nullopt).size(), Inventory::kMaximumOnus);
+}
+
+}  // namespace
+
+}  // namespace ponmgr::dbman

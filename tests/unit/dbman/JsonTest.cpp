@@ -1,0 +1,50 @@
+#include "dbman/Errors.h"
+#include "dbman/Json.h"
+
+namespace ponmgr::dbman {
+
+namespace {
+
+std::string nested(std::size_t levels) {
+    return std::string(levels, '[') + std::string(levels, ']');
+}
+
+TEST(Json, NestedAsDeepAsAllowedIsRead) {
+    EXPECT_EQ(printJson(parseJson(nested(kMaximumJsonDepth))), nested(kMaximumJsonDepth));
+}
+
+TEST(Json, NestedOneLevelDeeperIsRefused) {
+    EXPECT_THROW(parseJson(nested(kMaximumJsonDepth + 1)), MalformedMessage);
+}
+
+TEST(Json, OfAMillionOpenBracketsIsRefused) {
+    EXPECT_THROW(parseJson(std::string(1'000'000, '[')), MalformedMessage);
+    EXPECT_THROW(parseJson(nested(500'000)), MalformedMessage);
+}
+
+TEST(Json, OfAHundredThousandMembersIsReadInTime) {
+    std::string text = "{";
+    for (int member = 0; member < 100'000; ++member) {
+        text += (member == 0 ? "\"" : ",\"") + std::to_string(member) + "\":0";
+    }
+    EXPECT_EQ(parseJson(text + "}").size(), 100'000U);
+}
+
+TEST(Json, WithBytesThatAreNotUtf8IsRefused) {
+    EXPECT_THROW(parseJson("{\"a\":\"\xff\xfe\"}"), MalformedMessage);
+}
+
+TEST(Json, WithANumberTooLargeIsRefused) {
+    EXPECT_THROW(parseJson("{\"a\":1e999}"), MalformedMessage);
+}
+
+TEST(StringMember, IsEmptyForAnotherType) {
+    EXPECT_EQ(stringMember(parseJson(R"({"a":1,"b":"x"})"), "a"), "");
+    EXPECT_EQ(stringMember(parseJson(R"({"a":1,"b":"x"})"), "b"), "x");
+    EXPECT_EQ(stringMember(parseJson(R"({"a":1,"b":"x"})"), "c"), "");
+    EXPECT_EQ(stringMember(parseJson("[]"), "c"), "");
+}
+
+}  // namespace
+
+}  // namespace ponmgr::dbman

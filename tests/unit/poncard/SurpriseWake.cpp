@@ -1,0 +1,39 @@
+#include "SurpriseWake.h"
+
+#include <pthread.h>
+
+#include <utility>
+
+namespace {
+
+thread_local bool surprise = false;
+
+}  // namespace
+
+// The linker sends every call of pthread_cond_timedwait in the test binary to the first of these
+// and lets the second stand for the library's own.
+extern "C" {
+
+int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* until);
+
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* until);
+
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* until) {
+    if (std::exchange(surprise, false)) {
+        return 0;
+    }
+    return __real_pthread_cond_timedwait(condition, mutex, until);
+}
+
+}  // extern "C"
+
+namespace ponmgr::test {
+
+void endNextWaitBySurprise() {
+    surprise = true;
+}
+
+}  // namespace ponmgr::test
