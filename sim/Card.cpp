@@ -1,5 +1,9 @@
 #include "sim/Card.h"
 
+#include <algorithm>
+
+#include "sim/LinkProvisioning.h"
+
 namespace ponmgr::sim {
 
 namespace {
@@ -20,6 +24,7 @@ void Card::beginReset() {
     if (nvsCurrent) {
         stored = configuration;
     }
+    takeLinksDown();
     resetting = true;
     ++resets;
 }
@@ -28,6 +33,28 @@ void Card::finishReset() {
     nvsCurrent = nvsAfterNextBoot;
     configuration = nvsCurrent ? stored : CardConfiguration::factory();
     resetting = false;
+}
+
+bool Card::reaches(const Onu& onu) const {
+    return onu.plugged && onu.powered && fibreIntact.at(onu.port);
+}
+
+Onu* Card::findLink(const MacAddress& mac) {
+    const auto found = std::ranges::find(onus, mac, &Onu::mac);
+    const bool isLink =
+        found != onus.end() && (found->discovered || isKnown(configuration, *found));
+    return isLink ? &*found : nullptr;
+}
+
+Onu* Card::findOnu(const OnuAddress& installed) {
+    const auto found = std::ranges::find(onus, installed, &Onu::address);
+    return found == onus.end() ? nullptr : &*found;
+}
+
+void Card::takeLinksDown() {
+    for (auto& onu : onus) {
+        onu.discovered = false;
+    }
 }
 
 std::vector<std::string_view> Card::whyNotInService() const {

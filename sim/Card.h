@@ -9,6 +9,8 @@
 
 #include "sim/Addresses.h"
 #include "sim/CardConfiguration.h"
+#include "sim/Onu.h"
+#include "sim/Optics.h"
 #include "sim/Wire.h"
 
 namespace ponmgr::sim {
@@ -29,14 +31,6 @@ struct CardIdentity {
     std::uint8_t nniPorts = 2;
 };
 
-/// Raw readings of the optical module of a PON port, in the units of the wire.
-struct PortOptics {
-    std::uint16_t transmitPower = 20000;  ///< 0.1 uW
-    std::uint16_t supplyVoltage = 33000;  ///< 100 uV
-    std::uint16_t biasCurrent = 7500;     ///< 2 uA
-    std::uint16_t temperature = 10240;    ///< 1/256 degree Celsius
-};
-
 struct CardCounters {
     std::uint64_t requests = 0;     ///< datagrams with a request's header, answered or not
     std::uint64_t answers = 0;      ///< answers sent
@@ -54,7 +48,10 @@ struct Card {
     int slot;
     Endpoint address;
     CardIdentity identity;
-    std::array<PortOptics, 2> optics;
+    std::array<PortOptics, kPonPorts> optics;
+    /// Those installed at its two ports, by port and index; the set is fixed.
+    std::vector<Onu> onus;
+    std::array<bool, kPonPorts> fibreIntact{true, true};
 
     /// Non-volatile storage: in use now, and from the next reset on.
     bool nvsCurrent = true;
@@ -63,6 +60,9 @@ struct Card {
     /// What the non-volatile storage held when it was last in use.
     CardConfiguration stored = CardConfiguration::factory();
 
+    /// Of its modules' drift.
+    Random random{0};
+
     bool resetting = false;
     bool muted = false;
     /// Resets begun; tells an answer that its card has been reset since.
@@ -70,6 +70,9 @@ struct Card {
     /// Where the last request came from; events go there.
     std::optional<Endpoint> lastPeer;
     CardCounters counters;
+    /// The next ONU's registration is under way.
+    bool registering = false;
+    std::uint16_t lastSequence = 0;
 
     bool isSilent() const { return resetting || muted; }
 
@@ -77,6 +80,19 @@ struct Card {
     /// The card comes up with what its non-volatile storage holds, or with the factory's
     /// configuration when that is off.
     void finishReset();
+
+    /// The number of the card's next event.
+    std::uint16_t nextSequence() { return ++lastSequence; }
+
+    /// The ONU is plugged in, has power and its fibre isn't cut.
+    bool reaches(const Onu& onu) const;
+    /// The link that the card has with this MAC: registered, or remembered. Null when there is
+    /// none.
+    Onu* findLink(const MacAddress& mac);
+    /// Null when the card has no such ONU.
+    Onu* findOnu(const OnuAddress& installed);
+    /// No ONU stays registered.
+    void takeLinksDown();
 
     /// Not resetting, NVS off, marked and enabled.
     bool isInService() const { return whyNotInService().empty(); }

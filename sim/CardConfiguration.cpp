@@ -43,7 +43,7 @@ CardConfiguration CardConfiguration::provisioned() {
         set.enabled = set.enabled || set.oui == kMarkerOui;
     }
     for (const auto& path : kServicePaths) {
-        configuration.paths[path.pathId] = pathEnds(path.from, path.to);
+        configuration.paths[path.pathId].ends = pathEnds(path.from, path.to);
     }
     configuration.domains.push_back({0x0402, 2, {0x2004, 0x2006, 0x2000, 0x2002}});
     return configuration;
@@ -71,14 +71,25 @@ bool CardConfiguration::setPath(std::uint16_t pathId, std::vector<std::uint8_t> 
     if (paths.size() == kMostPaths && !paths.contains(pathId)) {
         return false;
     }
-    paths[pathId] = std::move(ends);
+    paths[pathId].ends = std::move(ends);
+    return true;
+}
+
+bool CardConfiguration::setLeftoverPath(std::uint16_t pathId, std::uint16_t users) {
+    if (!setPath(pathId, pathEnds(0, 0))) {
+        return false;
+    }
+    paths[pathId].otherUsers = users;
     return true;
 }
 
 std::uint16_t CardConfiguration::usageOfPath(std::uint16_t pathId) const {
-    return static_cast<std::uint16_t>(std::ranges::count_if(domains, [&](const Domain& domain) {
+    const auto naming = std::ranges::count_if(domains, [&](const Domain& domain) {
         return std::ranges::find(domain.paths, pathId) != domain.paths.end();
-    }));
+    });
+    const auto path = paths.find(pathId);
+    const auto others = path == paths.end() ? 0 : path->second.otherUsers;
+    return static_cast<std::uint16_t>(naming + others);
 }
 
 }  // namespace ponmgr::sim

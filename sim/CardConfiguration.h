@@ -6,12 +6,11 @@
 #include <map>
 #include <vector>
 
+#include "sim/Onu.h"
 #include "sim/PayloadStore.h"
 #include "sim/RuleTable.h"
 
 namespace ponmgr::sim {
-
-using Oui = std::array<std::uint8_t, 3>;
 
 /// OUI of the OAM extension set that tells a configured card from one that isn't.
 inline constexpr Oui kMarkerOui{0x11, 0x11, 0x11};
@@ -31,6 +30,13 @@ struct Domain {
     std::vector<std::uint16_t> paths;
 };
 
+struct Path {
+    /// Its two ends as they were set, 12 bytes.
+    std::vector<std::uint8_t> ends;
+    /// Users of the path beyond the domains that name it.
+    std::uint16_t otherUsers = 0;
+};
+
 /// All that the manager sets on a card; what its non-volatile storage holds while that is on.
 struct CardConfiguration {
     static constexpr std::size_t kMostDomains = 64;
@@ -43,8 +49,7 @@ struct CardConfiguration {
     std::uint8_t bridgingType = 0;
     std::uint16_t macTableEntryLimit = 64;
     std::vector<Domain> domains;
-    /// Path id -> the two ends as they were set, 12 bytes.
-    std::map<std::uint16_t, std::vector<std::uint8_t>> paths;
+    std::map<std::uint16_t, Path> paths;
     std::array<RuleTable, kRulePorts> rules;
     PayloadStore accepted;
 
@@ -58,7 +63,9 @@ struct CardConfiguration {
     /// Adds a domain or replaces the one of the same id. False when there are too many.
     bool setDomain(const Domain& domain);
     bool setPath(std::uint16_t pathId, std::vector<std::uint8_t> ends);
-    /// How many domains name the path.
+    /// A path such as earlier services leave behind. False when there are too many.
+    bool setLeftoverPath(std::uint16_t pathId, std::uint16_t users);
+    /// How many domains name the path, and its other users.
     std::uint16_t usageOfPath(std::uint16_t pathId) const;
 };
 

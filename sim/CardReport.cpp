@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "sim/OnuReport.h"
 #include "sim/RequestNames.h"
 
 namespace ponmgr::sim {
@@ -33,10 +34,10 @@ Json domainList(const CardConfiguration& configuration) {
 
 Json pathList(const CardConfiguration& configuration) {
     auto list = Json::array();
-    for (const auto& [pathId, ends] : configuration.paths) {
+    for (const auto& [pathId, path] : configuration.paths) {
         list.push_back({{"id", pathId},
                         {"usage_count", configuration.usageOfPath(pathId)},
-                        {"ends", hexText(ends)}});
+                        {"ends", hexText(path.ends)}});
     }
     return list;
 }
@@ -84,6 +85,7 @@ Json counterObject(const CardCounters& counters) {
 }  // namespace
 
 Json cardRow(const Card& card) {
+    const auto onus = countOnus(card);
     return {{"slot", card.slot},
             {"address", addressText(card.address.address)},
             {"port", card.address.port},
@@ -95,7 +97,10 @@ Json cardRow(const Card& card) {
             {"enabled", card.configuration.enabled},
             {"domains", domainList(card.configuration)},
             {"requests", card.counters.requests},
-            {"muted", card.muted}};
+            {"muted", card.muted},
+            {"onus_total", onus.total},
+            {"onus_discovered", onus.discovered},
+            {"onus_provisioned", onus.provisioned}};
 }
 
 Json cardDetails(const Card& card) {
@@ -107,6 +112,7 @@ Json cardDetails(const Card& card) {
     details["firmware_version"] = hexText(card.identity.firmwareVersion);
     details["vendor_oui"] = hexText(card.identity.vendorOui);
     details["extension_sets"] = extensionSetList(configuration);
+    details["fibre_intact"] = card.fibreIntact;
     details["bridging_type"] = configuration.bridgingType;
     details["paths"] = pathList(configuration);
     details["rule_ports"] = ruleLists(configuration);

@@ -10,6 +10,14 @@
 
 namespace ponmgr::sim {
 
+/// What a request sets going once its answer is sent.
+struct AfterAnswer {
+    enum class Action : std::uint8_t { nothing, resetCard, registerOnus, resetOnu };
+    Action action = Action::nothing;
+    /// Of resetOnu.
+    Onu* onu = nullptr;
+};
+
 /// One request being carried out on one card.
 struct Exchange {
     Card& card;
@@ -18,8 +26,7 @@ struct Exchange {
     std::uint64_t key = 0;
     /// Takes the answer's data; its header is there already.
     Writer& answer;
-    /// Set by the request that resets the card: the reset begins once the answer is sent.
-    bool resetAfterAnswer = false;
+    AfterAnswer after;
 };
 
 /// Carries out a request whose payload fits its layout. Changes nothing unless it returns ok.

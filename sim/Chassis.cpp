@@ -4,19 +4,30 @@
 #include <optional>
 #include <utility>
 
-#include "sim/CardRequests.h"
+#include "sim/LinkProvisioning.h"
 
 namespace ponmgr::sim {
 
 namespace {
+
+/// As the manager leaves it.
+void configure(Card& card) {
+    card.configuration = CardConfiguration::provisioned();
+    for (auto& onu : card.onus) {
+        provision(card.configuration, onu);
+        onu.discovered = true;
+    }
+}
 
 Card makeCard(int slot, const ChassisSettings& settings) {
     Card card(slot, {settings.base + static_cast<std::uint32_t>(slot), settings.port});
     card.identity.productCode = settings.productCode;
     card.nvsCurrent = settings.nvsEnabled && !settings.configured;
     card.nvsAfterNextBoot = card.nvsCurrent;
+    card.random = Random(std::uint64_t{settings.seed} << 8 | static_cast<unsigned>(slot));
+    card.onus = makeOnus(slot, settings.onusPerPort, card.random);
     if (settings.configured) {
-        card.configuration = CardConfiguration::provisioned();
+        configure(card);
     }
     return card;
 }
@@ -27,12 +38,20 @@ Chassis::Chassis(const ChassisSettings& settings, TimerQueue& queue, Transmit se
                  Observer watcher)
     : latency(settings.latency),
       resetTime(settings.resetTime),
+      opticsInterval(settings.opticsInterval),
       timers(queue),
       transmit(std::move(sender)),
-      observer(std::move(watcher)) {
+      observer(std::move(watcher)),
+      network(
+          {settings.discoveryInterval, settings.onuResetTime}, queue,
+          [this](Card& card, std::span<const std::uint8_t> event) { return emit(card, event); }) {
     allCards.reserve(settings.slots.size());
     for (const auto slot : settings.slots) {
         allCards.push_back(makeCard(slot, settings));
+        network.registerOnus(allCards.back());
+    }
+    if (opticsInterval > Duration::zero()) {
+        timers.after(opticsInterval, [this] { driftOptics(); });
     }
 }
 
@@ -73,22 +92,21 @@ void Chassis::receive(Card& card, Endpoint from, std::span<const std::uint8_t> d
         return;
     }
     const auto request = readRequest(datagram);
-    Exchange exchange{card, *request, 0, frame, false};
+    Exchange exchange{card, *request, 0, frame, {}};
     answerRequest(exchange);
     if (latency == Duration::zero()) {
-        answer(card, from, card.resets, frame.view(), exchange.resetAfterAnswer);
+        answer(card, from, card.resets, frame.view(), exchange.after);
         return;
     }
     const auto view = frame.view();
     timers.after(latency, [this, &card, from, resetsThen = card.resets,
-                           bytes = std::vector(view.begin(), view.end()),
-                           thenReset = exchange.resetAfterAnswer] {
-        answer(card, from, resetsThen, bytes, thenReset);
+                           bytes = std::vector(view.begin(), view.end()), after = exchange.after] {
+        answer(card, from, resetsThen, bytes, after);
     });
 }
 
 void Chassis::answer(Card& card, Endpoint to, std::uint32_t resetsThen,
-                     std::span<const std::uint8_t> answerFrame, bool thenReset) {
+                     std::span<const std::uint8_t> answerFrame, AfterAnswer after) {
     if (card.resets != resetsThen) {
         ++card.counters.abandoned;
         return;
@@ -96,8 +114,22 @@ void Chassis::answer(Card& card, Endpoint to, std::uint32_t resetsThen,
     if (transmitObserved(card, to, answerFrame)) {
         ++card.counters.answers;
     }
-    if (thenReset) {
-        reset(card);
+    follow(card, after);
+}
+
+void Chassis::follow(Card& card, AfterAnswer after) {
+    switch (after.action) {
+        case AfterAnswer::Action::nothing:
+            return;
+        case AfterAnswer::Action::resetCard:
+            reset(card);
+            return;
+        case AfterAnswer::Action::registerOnus:
+            network.registerOnus(card);
+            return;
+        case AfterAnswer::Action::resetOnu:
+            network.resetOnu(card, *after.onu);
+            return;
     }
 }
 
@@ -112,15 +144,31 @@ bool Chassis::reset(Card& card) {
 
 void Chassis::comeUp(Card& card) {
     card.finishReset();
-    if (!card.lastPeer) {
-        return;
-    }
     beginOltReady(frame);
     writeOltInformation(card.identity, frame);
     finishOltReady(frame);
-    if (transmitObserved(card, *card.lastPeer, frame.view())) {
-        ++card.counters.events;
+    emit(card, frame.view());
+    network.registerOnus(card);
+}
+
+bool Chassis::emit(Card& card, std::span<const std::uint8_t> event) {
+    if (!card.lastPeer || card.resetting || !transmitObserved(card, *card.lastPeer, event)) {
+        return false;
     }
+    ++card.counters.events;
+    return true;
+}
+
+void Chassis::driftOptics() {
+    for (auto& card : allCards) {
+        for (auto& optics : card.optics) {
+            drift(optics, card.random);
+        }
+        for (auto& onu : card.onus) {
+            drift(onu.optics, onu.typical, card.random);
+        }
+    }
+    timers.after(opticsInterval, [this] { driftOptics(); });
 }
 
 bool Chassis::transmitObserved(const Card& card, Endpoint to, std::span<const std::uint8_t> bytes) {

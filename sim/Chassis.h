@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "sim/Card.h"
+#include "sim/CardRequests.h"
+#include "sim/OnuNetwork.h"
 #include "sim/TimerQueue.h"
 
 namespace ponmgr::sim {
@@ -21,9 +23,18 @@ struct ChassisSettings {
     Duration latency = std::chrono::milliseconds(2);
     Duration resetTime = std::chrono::seconds(3);
     bool nvsEnabled = true;
-    /// The cards start as the manager leaves them: marked, with paths and a domain, NVS off.
+    /// The cards start as the manager leaves them: marked, with paths and a domain, NVS off, their
+    /// ONUs registered and provisioned.
     bool configured = false;
     std::array<std::uint8_t, 2> productCode{0x37, 0x23};
+
+    unsigned onusPerPort = 16;
+    Duration discoveryInterval = std::chrono::milliseconds(5);
+    Duration onuResetTime = std::chrono::seconds(5);
+    /// From one step of all optical readings to the next; none at zero.
+    Duration opticsInterval = std::chrono::seconds(1);
+    /// The same seed gives the same ONUs and the same readings.
+    std::uint32_t seed = 1;
 };
 
 enum class Direction : std::uint8_t { toCard, fromCard };
@@ -38,8 +49,8 @@ struct DatagramEvent {
     std::string_view dropped;
 };
 
-/// The cards, without their sockets: takes datagrams, answers after the latency, carries out
-/// resets. One thread, that of the timer queue.
+/// The cards and their ONUs, without their sockets: takes datagrams, answers after the latency,
+/// carries out resets, sends events. One thread, that of the timer queue.
 class Chassis {
 public:
     /// Sends `datagram` from the card's address; false when that failed.
@@ -66,21 +77,31 @@ public:
     /// it is resetting already.
     bool reset(Card& card);
 
+    /// Sends a datagram from the card to whoever spoke to it last. False when nobody has, while the
+    /// card is resetting and when the system refuses.
+    bool emit(Card& card, std::span<const std::uint8_t> event);
+
+    OnuNetwork& onuNetwork() { return network; }
+
 private:
     bool isOneOfTheCards(Endpoint endpoint) const;
     std::string_view whyDropped(Card& card, Endpoint from, std::span<const std::uint8_t> datagram);
     void answer(Card& card, Endpoint to, std::uint32_t resetsThen,
-                std::span<const std::uint8_t> frame, bool thenReset);
+                std::span<const std::uint8_t> frame, AfterAnswer after);
+    void follow(Card& card, AfterAnswer after);
     void comeUp(Card& card);
+    void driftOptics();
     bool transmitObserved(const Card& card, Endpoint to, std::span<const std::uint8_t> frame);
     void observe(const DatagramEvent& event) const;
 
     Duration latency;
     Duration resetTime;
+    Duration opticsInterval;
     TimerQueue& timers;
     Transmit transmit;
     Observer observer;
     std::vector<Card> allCards;
+    OnuNetwork network;
     /// The frame being written; kept for its memory.
     Writer frame;
 };

@@ -34,7 +34,7 @@ Result setPath(Exchange& exchange) {
 
 Result getAllPaths(Exchange& exchange) {
     const auto& configuration = exchange.card.configuration;
-    for (const auto& [pathId, ends] : configuration.paths) {
+    for (const auto& [pathId, path] : configuration.paths) {
         exchange.answer.u16(pathId);
         exchange.answer.u16(configuration.usageOfPath(pathId));
     }

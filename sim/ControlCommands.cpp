@@ -6,24 +6,15 @@
 #include <optional>
 
 #include "sim/ControlClient.h"
+#include "sim/ControlCommand.h"
 #include "sim/ControlTable.h"
+#include "sim/EntityAddress.h"
 #include "sim/NamedTable.h"
 #include "sim/OptionValues.h"
 
 namespace ponmgr::sim {
 
 namespace {
-
-using Words = std::vector<std::string>;
-
-/// How long any reply may take beyond the time that the command itself may wait.
-constexpr auto kPatience = std::chrono::seconds(10);
-
-struct Command {
-    Json request;
-    std::string (*print)(const Json& reply);
-    Duration patience = kPatience;
-};
 
 std::string printState(const Json& reply) {
     return "slot " + reply.at("slot").dump() + ": " + reply.at("state").get<std::string>() + '\n';
@@ -35,6 +26,15 @@ std::string printSetting(const Json& reply) {
 
 std::string printWait(const Json& reply) {
     return "in service: " + std::to_string(reply.at("in_service").size()) + " cards\n";
+}
+
+std::string printFibre(const Json& reply) {
+    return "slot " + reply.at("slot").dump() + " port " + reply.at("port").dump() + ": fibre " +
+           reply.at("fibre").get<std::string>() + '\n';
+}
+
+Json fibreRequest(const Words& values, const char* state) {
+    return {{"verb", "fibre"}, {"port", parsePonPort("port", values.front())}, {"state", state}};
 }
 
 struct CardAction {
@@ -72,20 +72,25 @@ const CardAction kCardActions[] = {
          return Json{{"verb", "set"}, {"name", "product-code"}, {"value", values.front()}};
      },
      printSetting},
+    {"cut", 1, [](const Words& values) { return fibreRequest(values, "cut"); }, printFibre},
+    {"restore", 1, [](const Words& values) { return fibreRequest(values, "restored"); },
+     printFibre},
+    {"leftover-path", 2,
+     [](const Words& values) {
+         return Json{{"verb", "set"},
+                     {"name", "leftover-path"},
+                     {"id", parseCount("id", values[0], UINT16_MAX)},
+                     {"usage_count", parseCount("usage count", values[1], UINT16_MAX)}};
+     },
+     printSetting},
 };
 
-void requireCount(const Words& words, std::size_t count, const std::string& usage) {
-    if (words.size() != count) {
-        throw UsageError("usage: chassis-sim ctl " + usage);
-    }
-}
-
-Command listCommand(const ControlOptions& options) {
+ControlCommand listCommand(const ControlOptions& options) {
     requireCount(options.words, 1, "list");
     return {{{"verb", "list"}}, printCards};
 }
 
-Command cardCommand(const ControlOptions& options) {
+ControlCommand cardCommand(const ControlOptions& options) {
     const auto& words = options.words;
     if (words.size() < 3) {
         throw UsageError("usage: chassis-sim ctl card N ACTION; actions: " + namesIn(kCardActions));
@@ -93,13 +98,13 @@ Command cardCommand(const ControlOptions& options) {
     const auto slot = parseSlot("card", words[1]);
     const auto& action = entryNamed<UsageError>(kCardActions, words[2], "action");
     requireCount(words, 3 + action.values,
-                 std::string("card N ") + action.name + (action.values > 0 ? " VALUE" : ""));
+                 std::string("card N ") + action.name + valuesUsage(action.values));
     auto request = action.request({words.begin() + 3, words.end()});
     request["card"] = slot;
     return {request, action.print};
 }
 
-Command waitCommand(const ControlOptions& options) {
+ControlCommand waitCommand(const ControlOptions& options) {
     requireCount(options.words, 2, "wait in-service [--timeout TIME]");
     if (options.words[1] != "in-service") {
         throw UsageError("can't wait for '" + options.words[1] + "'; there is: in-service");
@@ -107,21 +112,20 @@ Command waitCommand(const ControlOptions& options) {
     const auto timeout = std::chrono::ceil<std::chrono::milliseconds>(options.timeout);
     return {{{"verb", "wait"}, {"for", "in-service"}, {"timeout_ms", timeout.count()}},
             printWait,
-            timeout + kPatience};
+            timeout + kControlPatience};
 }
 
 struct CommandEntry {
     const char* name;
-    Command (*build)(const ControlOptions& options);
+    ControlCommand (*build)(const ControlOptions& options);
 };
 
 constexpr CommandEntry kCommands[] = {
-    {"list", listCommand},
-    {"card", cardCommand},
-    {"wait", waitCommand},
+    {"list", listCommand}, {"card", cardCommand},   {"wait", waitCommand},
+    {"onu", onuCommand},   {"alarm", alarmCommand}, {"event", eventCommand},
 };
 
-Finished perform(const Command& command, const ControlOptions& options) {
+Finished perform(const ControlCommand& command, const ControlOptions& options) {
     ControlClient client(options.controlPath);
     const auto reply = client.request(command.request, command.patience);
     const auto error = reply.find("error");

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace ponmgr::sim {
@@ -27,6 +28,9 @@ Row rowOf(const Json& card) {
             word(card.at("marker"), "yes", "no"),
             word(card.at("enabled"), "yes", "no"),
             std::to_string(card.at("domains").size()),
+            plain(card.at("onus_total")),
+            plain(card.at("onus_discovered")),
+            plain(card.at("onus_provisioned")),
             plain(card.at("requests")),
             word(card.at("muted"), "yes", "no")};
 }
@@ -41,13 +45,21 @@ std::vector<std::size_t> columnWidths(const std::vector<Row>& rows) {
     return widths;
 }
 
-}  // namespace
+Row onuRowOf(const Json& onu) {
+    return {plain(onu.at("onu")),
+            plain(onu.at("mac")),
+            plain(onu.at("port")),
+            plain(onu.at("state")),
+            word(onu.at("known"), "yes", "no"),
+            word(onu.at("provisioned"), "yes", "no"),
+            word(onu.at("ethernet_up"), "up", "down"),
+            plain(onu.at("vlan"))};
+}
 
-std::string printCards(const Json& reply) {
-    std::vector<Row> rows{
-        {"slot", "address", "state", "nvs", "marker", "enabled", "domains", "requests", "muted"}};
-    for (const auto& card : reply.at("cards")) {
-        rows.push_back(rowOf(card));
+std::string printTable(Row heading, const Json& entries, Row (*rowOfEntry)(const Json& entry)) {
+    std::vector<Row> rows{std::move(heading)};
+    for (const auto& entry : entries) {
+        rows.push_back(rowOfEntry(entry));
     }
     const auto widths = columnWidths(rows);
     std::string text;
@@ -58,6 +70,19 @@ std::string printCards(const Json& reply) {
         text += row.back() + '\n';
     }
     return text;
+}
+
+}  // namespace
+
+std::string printCards(const Json& reply) {
+    return printTable({"slot", "address", "state", "nvs", "marker", "enabled", "domains", "onus",
+                       "discovered", "provisioned", "requests", "muted"},
+                      reply.at("cards"), rowOf);
+}
+
+std::string printOnus(const Json& reply) {
+    return printTable({"onu", "mac", "port", "state", "known", "provisioned", "ethernet", "vlan"},
+                      reply.at("onus"), onuRowOf);
 }
 
 std::string printDetails(const Json& reply) {

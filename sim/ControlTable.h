@@ -6,11 +6,14 @@
 
 namespace ponmgr::sim {
 
-/// The reply to "list" as a table with a heading, one row a card. Both throw a JSON exception for a
-/// reply of another shape.
+/// The reply to "list" as a table with a heading, one row a card. All of these throw a JSON
+/// exception for a reply of another shape.
 std::string printCards(const Json& reply);
 
-/// The reply to "get", one line a member.
+/// The reply to "onus", one row an ONU.
+std::string printOnus(const Json& reply);
+
+/// The reply to "get" or "onu", one line a member.
 std::string printDetails(const Json& reply);
 
 }  // namespace ponmgr::sim

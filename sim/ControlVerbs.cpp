@@ -3,7 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include "sim/CardReport.h"
+#include "sim/ControlMembers.h"
 #include "sim/NamedTable.h"
+#include "sim/OnuVerbs.h"
 #include "sim/OptionValues.h"
 
 namespace ponmgr::sim {
@@ -11,51 +13,6 @@ namespace ponmgr::sim {
 namespace {
 
 constexpr std::int64_t kLongestWaitMilliseconds = 24LL * 3600 * 1000;
-
-/// The member `name` of a request; throws when it isn't there.
-const Json& member(const Json& request, const char* name) {
-    const auto found = request.find(name);
-    if (found == request.end()) {
-        throw ControlError(std::string("the request has no \"") + name + '"');
-    }
-    return *found;
-}
-
-std::string textMember(const Json& request, const char* name) {
-    const auto& value = member(request, name);
-    if (!value.is_string()) {
-        throw ControlError(std::string("\"") + name + "\" must be a string");
-    }
-    return value.get<std::string>();
-}
-
-std::int64_t numberMember(const Json& request, const char* name, std::int64_t most) {
-    const auto& value = member(request, name);
-    if (!value.is_number_unsigned() ||
-        value.get<std::uint64_t>() > static_cast<std::uint64_t>(most)) {
-        throw ControlError(std::string("\"") + name + "\" must be a whole number up to " +
-                           std::to_string(most));
-    }
-    return value.get<std::int64_t>();
-}
-
-std::string existingSlots(Chassis& chassis) {
-    std::vector<std::string> slots;
-    for (const auto& card : chassis.cards()) {
-        slots.push_back(std::to_string(card.slot));
-    }
-    return joined(slots);
-}
-
-Card& cardMember(const Json& request, Chassis& chassis) {
-    const auto slot = static_cast<int>(numberMember(request, "card", kLastSlot));
-    auto* const card = chassis.findCard(slot);
-    if (card == nullptr) {
-        throw ControlError("no card in slot " + std::to_string(slot) +
-                           "; there are: " + existingSlots(chassis));
-    }
-    return *card;
-}
 
 void setMuted(Card& card, const Json& request) {
     const auto& value = member(request, "value");
@@ -69,6 +26,14 @@ void setProductCode(Card& card, const Json& request) {
     card.identity.productCode = parseProductCode("product-code", textMember(request, "value"));
 }
 
+void setLeftoverPath(Card& card, const Json& request) {
+    const auto pathId = static_cast<std::uint16_t>(numberMember(request, "id", UINT16_MAX));
+    const auto users = static_cast<std::uint16_t>(numberMember(request, "usage_count", UINT16_MAX));
+    if (!card.configuration.setLeftoverPath(pathId, users)) {
+        throw ControlError("slot " + std::to_string(card.slot) + " has no room for another path");
+    }
+}
+
 struct Setting {
     const char* name;
     void (*set)(Card& card, const Json& request);
@@ -77,6 +42,7 @@ struct Setting {
 constexpr Setting kSettings[] = {
     {"muted", setMuted},
     {"product-code", setProductCode},
+    {"leftover-path", setLeftoverPath},
 };
 
 void list(ControlVerbs& verbs, const Json&, const ReplyChannelPointer& channel) {
@@ -119,8 +85,23 @@ struct Verb {
     void (*carryOut)(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& channel);
 };
 
+/// A verb that replies at once.
+template <Json (*carryOut)(Chassis& chassis, const Json& request)>
+void replied(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& channel) {
+    channel->reply(carryOut(verbs.cards(), request));
+}
+
 constexpr Verb kVerbs[] = {
-    {"list", list}, {"get", get}, {"set", set}, {"reset", reset}, {"wait", wait},
+    {"list", list},
+    {"get", get},
+    {"set", set},
+    {"reset", reset},
+    {"wait", wait},
+    {"onus", replied<listOnus>},
+    {"onu", replied<actOnOnu>},
+    {"fibre", replied<setFibre>},
+    {"alarm", replied<reportAlarm>},
+    {"event", replied<emitEvent>},
 };
 
 }  // namespace

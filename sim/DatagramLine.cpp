@@ -16,6 +16,9 @@ std::string describeFrame(const DatagramEvent& event) {
             std::to_string(length);
     if (event.direction == Direction::fromCard && messageId != id::kOltReady) {
         text += " result " + std::to_string(reader.u16());
+        if (messageId > id::kOltReady) {
+            text += " sequence " + std::to_string(reader.u16());
+        }
     }
     return text;
 }

@@ -62,7 +62,7 @@ std::optional<ExtensionSet> readSet(Reader& reader) {
 }  // namespace
 
 Result resetOlt(Exchange& exchange) {
-    exchange.resetAfterAnswer = true;
+    exchange.after.action = AfterAnswer::Action::resetCard;
     return Result::ok;
 }
 
@@ -73,11 +73,13 @@ Result getOltInformation(Exchange& exchange) {
 
 Result enableOlt(Exchange& exchange) {
     exchange.card.configuration.enabled = true;
+    exchange.after.action = AfterAnswer::Action::registerOnus;
     return Result::ok;
 }
 
 Result disableOlt(Exchange& exchange) {
     exchange.card.configuration.enabled = false;
+    exchange.card.takeLinksDown();
     return Result::ok;
 }
 

@@ -3,12 +3,20 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
+
+#include "sim/LinkProvisioning.h"
+#include "sim/NamedTable.h"
 
 namespace ponmgr::sim {
 
 namespace {
+
+/// Of a card; a chassis has 1984, and a person needs an example. The list in JSON is whole.
+constexpr std::size_t kMostOnusInText = 3;
 
 Json allCardsReply(Chassis& chassis) {
     auto slots = Json::array();
@@ -18,19 +26,67 @@ Json allCardsReply(Chassis& chassis) {
     return {{"in_service", slots}};
 }
 
+bool isMissing(const Card& card, const Onu& onu) {
+    return card.reaches(onu) && !(onu.discovered && isProvisioned(card.configuration, onu));
+}
+
+std::vector<std::string_view> whatIsMissing(const Card& card, const Onu& onu) {
+    auto missing = missingProvisioning(card.configuration, onu);
+    if (!onu.discovered) {
+        missing.insert(missing.begin(), "not on-line");
+    }
+    return missing;
+}
+
+/// The first ONU from `begin` on, round the whole card, that isn't on-line and provisioned and
+/// could be.
+std::optional<std::size_t> findMissing(const Card& card, std::size_t begin) {
+    const auto count = card.onus.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto number = (begin + i) % count;
+        if (isMissing(card, card.onus[number])) {
+            return number;
+        }
+    }
+    return std::nullopt;
+}
+
+Json missingOnus(const Card& card) {
+    auto list = Json::array();
+    for (const auto& onu : card.onus) {
+        if (isMissing(card, onu)) {
+            list.push_back({{"onu", toText(onu.address)}, {"missing", whatIsMissing(card, onu)}});
+        }
+    }
+    return list;
+}
+
+/// "2 ONUs are not ready: 1/0/0 (not enabled, no link SLA), 1/0/1 (not on-line)".
+std::string describeOnus(const Json& onus) {
+    std::string text = std::to_string(onus.size()) + " ONUs are not ready: ";
+    for (std::size_t i = 0; i < std::min(onus.size(), kMostOnusInText); ++i) {
+        text += (i == 0 ? "" : ", ") + onus[i].at("onu").get<std::string>() + " (" +
+                joined(onus[i].at("missing").get<std::vector<std::string>>()) + ')';
+    }
+    return onus.size() <= kMostOnusInText ? text : text + ", ...";
+}
+
 Json timeoutReply(Chassis& chassis) {
     auto cards = Json::array();
     std::string text;
     for (const auto& card : chassis.cards()) {
         const auto reasons = card.whyNotInService();
-        if (reasons.empty()) {
+        const auto onus = missingOnus(card);
+        std::vector<std::string> phrases(reasons.begin(), reasons.end());
+        if (!onus.empty()) {
+            phrases.push_back(describeOnus(onus));
+        }
+        if (phrases.empty()) {
             continue;
         }
-        text += (text.empty() ? "slot " : "; slot ") + std::to_string(card.slot) + ": ";
-        for (const auto reason : reasons) {
-            text += (reason == reasons.front() ? "" : ", ") + std::string(reason);
-        }
-        cards.push_back({{"slot", card.slot}, {"why", reasons}});
+        text += (text.empty() ? "slot " : "; slot ") + std::to_string(card.slot) + ": " +
+                joined(phrases);
+        cards.push_back({{"slot", card.slot}, {"why", reasons}, {"onus", onus}});
     }
     return {{"error", "time is up; not in service: " + text}, {"not_in_service", cards}};
 }
@@ -46,8 +102,18 @@ InServiceWaiters::~InServiceWaiters() {
     }
 }
 
-bool InServiceWaiters::allInService() const {
-    return std::ranges::all_of(chassis.cards(), &Card::isInService);
+bool InServiceWaiters::allInService() {
+    const auto& cards = chassis.cards();
+    for (std::size_t i = 0; i < cards.size(); ++i) {
+        const auto& card = cards[lateCard];
+        const auto missing = findMissing(card, lateOnu);
+        lateOnu = missing.value_or(0);
+        if (missing || !card.isInService()) {
+            return false;
+        }
+        lateCard = (lateCard + 1) % cards.size();
+    }
+    return true;
 }
 
 void InServiceWaiters::add(const ReplyChannelPointer& channel, Duration timeout) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <list>
 #include <memory>
 
@@ -9,7 +10,8 @@
 
 namespace ponmgr::sim {
 
-/// Those who wait for every card to be in service.
+/// Those who wait for every card to be in service, and every ONU within reach to be
+/// on-line and provisioned.
 class InServiceWaiters {
 public:
     InServiceWaiters(Chassis& chassis, TimerQueue& timers);
@@ -17,8 +19,8 @@ public:
     InServiceWaiters& operator=(const InServiceWaiters&) = delete;
     ~InServiceWaiters();
 
-    /// Replies as soon as all cards are in service, at the latest after `timeout` with an error
-    /// that says which cards aren't and why. A channel that is gone by then is forgotten.
+    /// Replies as soon as all cards are in service with their ONUs, at the latest after `timeout`
+    /// with an error that says which aren't and why. A channel that is gone by then is forgotten.
     void add(const ReplyChannelPointer& channel, Duration timeout);
 
     /// To be called whenever a card may have changed.
@@ -32,12 +34,16 @@ private:
         TimerQueue::Timer timer;
     };
 
-    bool allInService() const;
+    bool allInService();
     void giveUp(std::list<Waiter>::iterator waiter);
 
     Chassis& chassis;
     TimerQueue& timers;
     std::list<Waiter> waiters;
+    /// Where the last check found something missing: the next begins there, so that one that finds
+    /// it still missing costs next to nothing.
+    std::size_t lateCard = 0;
+    std::size_t lateOnu = 0;
 };
 
 }  // namespace ponmgr::sim

@@ -1,3 +1,6 @@
+#include <algorithm>
+
+#include "sim/LinkProvisioning.h"
 #include "sim/RequestHandlers.h"
 #include "sim/RequestNames.h"
 
@@ -5,48 +8,93 @@ namespace ponmgr::sim {
 
 namespace {
 
-constexpr std::size_t kVlanFlagOffset = 12;
-constexpr std::size_t kVlanTagOffset = 13;
-constexpr std::size_t kVlanTagSize = 4;
-constexpr std::uint16_t kVlanTagType = 0x8100;
-/// Endpoint and queue index, for the downstream, upstream and multicast queue.
-constexpr std::size_t kNoQueuesSize = 12;
+/// The link whose MAC the payload begins with; null when the card has no such link.
+Onu* linkOf(Exchange& exchange) {
+    MacAddress mac{};
+    std::ranges::copy(exchange.request.payload.first(mac.size()), mac.begin());
+    return exchange.card.findLink(mac);
+}
 
-constexpr std::uint16_t kKeptPerLink[] = {id::kOnuPortVlan, id::kSetEthernetPort, id::kEnableLink,
-                                          id::kSetLinkSla};
+bool isQueueOf(const Onu& onu, std::uint16_t endpoint) {
+    return endpoint == onu.queues.downstream || endpoint == onu.queues.upstream ||
+           endpoint == onu.queues.multicast;
+}
+
+/// A path, or a queue of one of the card's links.
+bool isEndpoint(const Card& card, std::uint16_t endpoint) {
+    if (card.configuration.paths.contains(endpoint)) {
+        return true;
+    }
+    return std::ranges::any_of(card.onus, [&](const Onu& onu) {
+        return isQueueOf(onu, endpoint) && (onu.discovered || isKnown(card.configuration, onu));
+    });
+}
+
+/// Endpoint, and the index of its only queue.
+void writeQueue(Writer& data, std::uint16_t endpoint) {
+    data.u16(endpoint);
+    data.u16(0);
+}
 
 }  // namespace
 
-Result listNoLinks(Exchange&) {
+Result listDiscoveredLinks(Exchange& exchange) {
+    for (const auto& onu : exchange.card.onus) {
+        if (onu.discovered) {
+            exchange.answer.copy(onu.mac);
+        }
+    }
     return Result::ok;
 }
 
-Result noSuchLink(Exchange&) {
-    return Result::parameterOutOfRange;
+Result listKnownLinks(Exchange& exchange) {
+    for (const auto& onu : exchange.card.onus) {
+        if (isKnown(exchange.card.configuration, onu)) {
+            exchange.answer.copy(onu.mac);
+        }
+    }
+    return Result::ok;
+}
+
+Result setOnLink(Exchange& exchange) {
+    return linkOf(exchange) != nullptr ? Result::ok : Result::parameterOutOfRange;
+}
+
+Result setQueueSla(Exchange& exchange) {
+    Reader reader(exchange.request.payload);
+    return isEndpoint(exchange.card, reader.u16()) ? Result::ok : Result::parameterOutOfRange;
 }
 
 Result clearLink(Exchange& exchange) {
-    for (const auto request : kKeptPerLink) {
-        exchange.card.configuration.accepted.erase(request, exchange.key);
+    const auto* onu = linkOf(exchange);
+    if (onu == nullptr) {
+        return Result::parameterOutOfRange;
+    }
+    clearProvisioning(exchange.card.configuration, *onu);
+    return Result::ok;
+}
+
+Result clearAllowedLinks(Exchange& exchange) {
+    for (const auto& onu : exchange.card.onus) {
+        if (onu.port == exchange.key) {
+            clearProvisioning(exchange.card.configuration, onu);
+        }
     }
     return Result::ok;
 }
 
 Result getBridgingMode(Exchange& exchange) {
-    exchange.answer.copy(exchange.request.payload);
-    exchange.answer.u8(exchange.card.configuration.bridgingType);
-    exchange.answer.u16(exchange.card.configuration.macTableEntryLimit);
-    exchange.answer.zeros(kNoQueuesSize);
-    return Result::ok;
-}
-
-Result setOnuPortVlan(Exchange& exchange) {
-    const bool tagged = exchange.request.payload[kVlanFlagOffset] == 1;
-    Reader tag(exchange.request.payload.subspan(kVlanTagOffset));
-    if (tag.left() != (tagged ? kVlanTagSize : 0)) {
+    const auto* onu = linkOf(exchange);
+    if (onu == nullptr) {
         return Result::parameterOutOfRange;
     }
-    return !tagged || tag.u16() == kVlanTagType ? Result::ok : Result::parameterOutOfRange;
+    exchange.answer.copy(onu->mac);
+    exchange.answer.u8(exchange.card.configuration.bridgingType);
+    exchange.answer.u16(exchange.card.configuration.macTableEntryLimit);
+    writeQueue(exchange.answer, onu->queues.downstream);
+    writeQueue(exchange.answer, onu->queues.upstream);
+    writeQueue(exchange.answer, onu->queues.multicast);
+    return Result::ok;
 }
 
 }  // namespace ponmgr::sim

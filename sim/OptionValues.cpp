@@ -111,6 +111,14 @@ std::uint32_t parseBaseAddress(const std::string& option, const std::string& tex
     return base;
 }
 
+std::uint32_t parseCount(const std::string& option, const std::string& text, std::uint32_t most) {
+    const auto count = wholeNumber<std::uint32_t>(text);
+    if (!count || *count > most) {
+        refuse(option, text, "a whole number from 0 to " + std::to_string(most));
+    }
+    return *count;
+}
+
 std::uint16_t parsePort(const std::string& option, const std::string& text) {
     const auto port = wholeNumber<std::uint16_t>(text);
     if (!port || *port == 0) {
@@ -132,6 +140,34 @@ std::array<std::uint8_t, 2> parseProductCode(const std::string& option, const st
         refuse(option, text, "four hex digits, such as 3723");
     }
     return {static_cast<std::uint8_t>(*code >> 8), static_cast<std::uint8_t>(*code)};
+}
+
+double parseDecibels(const std::string& option, const std::string& text) {
+    constexpr double kMost = 60;
+    double value = 0;
+    const auto* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
+    // The comparison is false for what is not a number.
+    const bool inRange = value >= 0 && value <= kMost;
+    if (error != std::errc{} || stop != end || !inRange) {
+        refuse(option, text, "0 to 60 decibels, such as 3.5");
+    }
+    return value;
+}
+
+std::vector<std::uint8_t> parseBytes(const std::string& option, const std::string& text) {
+    constexpr std::size_t kMost = 1500;
+    std::vector<std::uint8_t> bytes;
+    bool valid = !text.empty() && text.size() % 2 == 0 && text.size() <= 2 * kMost;
+    for (std::size_t i = 0; valid && i < text.size(); i += 2) {
+        const auto byte = wholeNumber<std::uint8_t>(std::string_view(text).substr(i, 2), 16);
+        valid = byte.has_value();
+        bytes.push_back(byte.value_or(0));
+    }
+    if (!valid) {
+        refuse(option, text, "pairs of hex digits, 1 to 1500 of them");
+    }
+    return bytes;
 }
 
 std::string parseSocketPath(const std::string& option, const std::string& text) {

@@ -32,6 +32,9 @@ Duration parseDuration(const std::string& option, const std::string& text, Durat
 /// Dotted quad to host order; the addresses of all slots above it must exist.
 std::uint32_t parseBaseAddress(const std::string& option, const std::string& text);
 
+/// 0 to `most`.
+std::uint32_t parseCount(const std::string& option, const std::string& text, std::uint32_t most);
+
 /// 1 to 65535.
 std::uint16_t parsePort(const std::string& option, const std::string& text);
 
@@ -39,6 +42,12 @@ bool parseOnOff(const std::string& option, const std::string& text);
 
 /// Four hex digits.
 std::array<std::uint8_t, 2> parseProductCode(const std::string& option, const std::string& text);
+
+/// 0 to 60 decibels, with a fraction after a point if need be.
+double parseDecibels(const std::string& option, const std::string& text);
+
+/// Pairs of hex digits, as many as one datagram holds at most.
+std::vector<std::uint8_t> parseBytes(const std::string& option, const std::string& text);
 
 /// A path that the address of a local socket can hold.
 std::string parseSocketPath(const std::string& option, const std::string& text);

@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstdint>
+#include <random>
 #include <sstream>
 
 #include "sim/ControlJson.h"
@@ -26,6 +28,11 @@ struct Texts {
     std::string resetTime = "3s";
     std::string nvs = "on";
     std::string productCode = "3723";
+    std::string onus = "16";
+    std::string discoveryInterval = "5ms";
+    std::string onuResetTime = "5s";
+    std::string opticsInterval = "1s";
+    std::string seed = "random";
     std::string control = "/tmp/chassis-sim.ctl";
     std::string timeout = "120s";
     std::vector<std::string> words;
@@ -49,6 +56,14 @@ constexpr TextOption kServeOptions[] = {
     {"--reset-time", &Texts::resetTime, "TIME", "How long a reset takes (us, ms, s, or 0)"},
     {"--nvs", &Texts::nvs, "on|off", "Whether the cards' non-volatile storage is on at the start"},
     {"--product-code", &Texts::productCode, "XXXX", "Product code of the cards, four hex digits"},
+    {"--onus", &Texts::onus, "N", "ONUs at each PON port, two ports a card; up to 124"},
+    {"--discovery-interval", &Texts::discoveryInterval, "TIME",
+     "From one ONU of a card that registers to the next (us, ms, s, or 0)"},
+    {"--onu-reset-time", &Texts::onuResetTime, "TIME",
+     "From an ONU's reset until it registers again (us, ms, s, or 0)"},
+    {"--optics-interval", &Texts::opticsInterval, "TIME",
+     "How often the optical readings change (us, ms, s, or 0 for never)"},
+    {"--seed", &Texts::seed, "N", "The same seed gives the same ONUs and readings"},
 };
 
 constexpr TextOption kControlOption{"--control", &Texts::control, "PATH", "Control socket"};
@@ -73,8 +88,8 @@ void describe(CLI::App& app, Texts& texts) {
 
     auto* const ctl = app.add_subcommand("ctl", "Ask or command a running simulator");
     ctl->add_option("words", texts.words,
-                    "list | card N get | card N reset | card N mute | card N unmute | "
-                    "card N product-code XXXX | wait in-service")
+                    "list | card N ACTION | onu list [SLOT[/PORT]] | onu SLOT/PORT/INDEX ACTION | "
+                    "alarm TARGET NAME raise|clear | event N HEX | wait in-service")
         ->type_name("COMMAND");
     ctl->add_flag("--json", texts.json, "Print JSON, errors too");
     addOption(*ctl, texts, kTimeoutOption);
@@ -91,6 +106,15 @@ ServeOptions serveOptions(const Texts& texts, bool nvsGiven) {
     options.chassis.nvsEnabled = parseOnOff("--nvs", texts.nvs);
     options.chassis.configured = texts.configured;
     options.chassis.productCode = parseProductCode("--product-code", texts.productCode);
+    options.chassis.onusPerPort = parseCount("--onus", texts.onus, kMostOnusPerPort);
+    options.chassis.discoveryInterval =
+        parseDuration("--discovery-interval", texts.discoveryInterval, kLongestLatency);
+    options.chassis.onuResetTime =
+        parseDuration("--onu-reset-time", texts.onuResetTime, kLongestReset);
+    options.chassis.opticsInterval =
+        parseDuration("--optics-interval", texts.opticsInterval, kLongestReset);
+    options.chassis.seed = texts.seed == "random" ? std::random_device{}()
+                                                  : parseCount("--seed", texts.seed, UINT32_MAX);
     options.controlPath = parseSocketPath("--control", texts.control);
     options.verbose = texts.verbose;
     if (texts.configured && nvsGiven && options.chassis.nvsEnabled) {

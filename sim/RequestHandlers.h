@@ -27,11 +27,20 @@ Result deleteQueueSla(Exchange& exchange);
 Result setDomain(Exchange& exchange);
 Result getAllDomains(Exchange& exchange);
 
-// LinkRequests.cpp: ONU links
-Result listNoLinks(Exchange& exchange);
-Result noSuchLink(Exchange& exchange);
+// LinkRequests.cpp: ONU links, as the card sees them
+Result listDiscoveredLinks(Exchange& exchange);
+Result listKnownLinks(Exchange& exchange);
+Result setOnLink(Exchange& exchange);
+Result setQueueSla(Exchange& exchange);
 Result clearLink(Exchange& exchange);
+Result clearAllowedLinks(Exchange& exchange);
 Result getBridgingMode(Exchange& exchange);
+
+// OnuRequests.cpp: the ONUs themselves; they must be on-line
+Result getOnuInformation(Exchange& exchange);
+Result getDiagnosis(Exchange& exchange);
+Result resetOnu(Exchange& exchange);
+Result setOnOnu(Exchange& exchange);
 Result setOnuPortVlan(Exchange& exchange);
 
 // RuleRequests.cpp: classification rules

@@ -9,6 +9,17 @@ namespace {
 constexpr std::size_t kShortestRule = 18;
 constexpr std::size_t kOperandLengthOffset = 3;
 
+/// Of a hex digit, as the cards' own tools read it.
+unsigned decimalReading(unsigned digit) {
+    constexpr unsigned kLetterA = 'a' - '0';
+    return digit < 10 ? digit : kLetterA + digit - 10;
+}
+
+std::uint8_t operandLength(std::uint8_t written) {
+    return static_cast<std::uint8_t>(10 * decimalReading(written >> 4) +
+                                     decimalReading(written & 0x0F));
+}
+
 }  // namespace
 
 std::optional<Rule> readRule(Reader& reader) {
@@ -16,8 +27,8 @@ std::optional<Rule> readRule(Reader& reader) {
     if (reader.failed()) {
         return std::nullopt;
     }
-    const auto operandLength = std::max<std::size_t>(fixed[kOperandLengthOffset], 1);
-    const auto more = reader.take(operandLength - 1);
+    const auto length = std::max<std::size_t>(operandLength(fixed[kOperandLengthOffset]), 1);
+    const auto more = reader.take(length - 1);
     if (reader.failed()) {
         return std::nullopt;
     }

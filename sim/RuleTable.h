@@ -12,8 +12,9 @@ namespace ponmgr::sim {
 
 using Rule = std::vector<std::uint8_t>;
 
-/// Reads one classification rule: 18 bytes, and when the fourth of them is greater than 1, that
-/// many less one more. Nothing when the bytes aren't there.
+/// Reads one classification rule: 18 bytes, and when the length in the fourth of them is greater
+/// than 1, that many less one more. The length is written in decimal: byte 12h is twelve, and a
+/// digit a to f counts 49 to 54. Nothing when the bytes aren't there.
 std::optional<Rule> readRule(Reader& reader);
 
 /// The classification rules of one port, in the order they were added.

@@ -110,7 +110,7 @@ std::string Simulator::readyLine() const {
     }
     return "chassis-sim ready: slots " + slots + " at " + addressText(options.chassis.base) +
            " + slot, port " + std::to_string(options.chassis.port) + ", control " +
-           options.controlPath;
+           options.controlPath + ", seed " + std::to_string(options.chassis.seed);
 }
 
 void Simulator::run() {

@@ -98,4 +98,15 @@ void finishOltReady(Writer& frame) {
     frame.patchU16(kLengthOffset, static_cast<std::uint16_t>(frame.size() - kRequestHeaderSize));
 }
 
+void beginEvent(Writer& frame, std::uint16_t id, std::uint16_t sequence) {
+    frame.clear();
+    frame.u16(id);
+    frame.zeros(kAnswerHeaderSize - 2);
+    frame.u16(sequence);
+}
+
+void finishEvent(Writer& frame) {
+    frame.patchU16(kLengthOffset, static_cast<std::uint16_t>(frame.size() - kResultOffset));
+}
+
 }  // namespace ponmgr::sim

@@ -92,4 +92,8 @@ void finishAnswer(Writer& frame, Result result);
 void beginOltReady(Writer& frame);
 void finishOltReady(Writer& frame);
 
+/// The 10-byte header of any other event; its length counts result, sequence and data.
+void beginEvent(Writer& frame, std::uint16_t id, std::uint16_t sequence);
+void finishEvent(Writer& frame);
+
 }  // namespace ponmgr::sim

@@ -124,7 +124,7 @@ def test_a_card_silent_to_the_marker_question_is_asked_for_its_domains(card):
     inserted = card(7)
     inserted.rules[GET_OAM_SETS] = lambda asked, request: []
     inserted.wait_for(GET_DOMAINS, limit=40)
-    assert inserted.ids() == [GET_OLT_INFORMATION, GET_NVS, *[GET_OAM_SETS] * 3, GET_DOMAINS]
+    assert inserted.ids()[:6] == [GET_OLT_INFORMATION, GET_NVS, *[GET_OAM_SETS] * 3, GET_DOMAINS]
 
 
 def test_a_datagram_of_seven_bytes_rebuilds_the_socket_and_work_goes_on(card, daemon):

@@ -24,6 +24,29 @@ SET_NVS = 302
 GET_DOMAINS = 381
 GET_OAM_SETS = 435
 SET_OAM_SETS = 436
+DISCOVERED_LINKS = 68
+RESET_ONU = 83
+KNOWN_LINKS = 118
+CLEAR_PROVISIONING = 119
+ONU_VLAN = 273
+ETHERNET_PORT = 299
+STATISTICS = 312
+ONU_INFORMATION = 363
+PATHS = 377
+QUEUE_SLA = 384
+ENABLE_LINK = 385
+DELETE_QUEUE_SLA = 387
+BRIDGING_MODE = 388
+LINK_SLA = 397
+GET_RULES = 399
+SET_RULE = 400
+DELETE_RULE = 401
+DIAGNOSIS = 585
+
+OLT_READY = 0x8000
+LINK_DISCOVERY = 0x8019
+REPORT_ALARM = 0x801A
+LINK_MOVED = 0x802B
 
 Request = namedtuple("Request", "time id ctag data")
 
@@ -61,11 +84,52 @@ def response(request, data=b"", result=0):
     return struct.pack(">HHHH", request.id, request.ctag, 2 + len(data), result) + data
 
 
+def event(event_id, data, sequence=1):
+    """An event frame: its length field counts result, sequence and data."""
+    return struct.pack(">HHHHH", event_id, 0, 4 + len(data), 0, sequence) + data
+
+
+def olt_ready(slot):
+    """OLT Ready has neither result nor sequence; its length field counts the data."""
+    data = olt_information(slot)
+    return struct.pack(">HHH", OLT_READY, 0, len(data)) + data
+
+
+def onu_mac(index):
+    return bytes.fromhex(f"000db60300{index:02x}")
+
+
+def mac_text(mac):
+    return ":".join(f"{byte:02x}" for byte in mac)
+
+
+def link_information(mac, downstream_port=0, upstream_port=1):
+    """The 26 bytes that describe a link."""
+    return mac + bytes.fromhex(
+        "0012"  # length of what follows: 18
+        "000db6"  # vendor OUI
+        "1234" "0001"  # product code and version
+        "0007"  # LLID
+        "0100"  # round-trip time
+        f"{downstream_port:02x}"
+        "0001"  # vendor type
+        "01" "02" "03"  # reporting formats, pending grants, upstream speeds
+        f"{upstream_port:02x}")
+
+
+def statistics(request, values):
+    """An answer to Get Statistics: the target as asked for, then an item for each element."""
+    data = request.data[:9]
+    for element, value in values.items():
+        data += struct.pack(">HBBQ", 11, element, 0, value)
+    return response(request, data)
+
+
 class Card:
     """A card in a slot. `rules` maps a request id to a function (card, request) -> frames to send.
 
     Without a rule of the test's, a card is unmarked, keeps nothing in non-volatile storage, has one
-    domain, accepts everything, and doesn't restart when it is reset.
+    domain and no links, accepts everything, and doesn't restart when it is reset.
     """
 
     def __init__(self, slot, address=None, port=PORT, **state):
@@ -73,6 +137,8 @@ class Card:
         self.product = state.get("product", "3723")
         self.nvs = state.get("nvs", False)
         self.marked = state.get("marked", False)
+        self.known = []  # MAC addresses of links, as bytes
+        self.discovered = []
         self.requests = []
         self.rules = {}
         self.answer_after = ANSWER_AFTER
@@ -116,6 +182,26 @@ class Card:
     def _say_domains(self, request):
         return [response(request, bytes.fromhex("04020004"))]
 
+    def _say_known(self, request):
+        return [response(request, b"".join(self.known))]
+
+    def _say_discovered(self, request):
+        return [response(request, b"".join(self.discovered))]
+
+    def _say_link_information(self, request):
+        return [response(request, link_information(request.data))]
+
+    def _say_bridging_mode(self, request):
+        index = request.data[5]
+        return [response(request, request.data + bytes.fromhex(
+            f"010000" f"01{index:02x}0005" f"02{index:02x}0006" f"03{index:02x}0007"))]
+
+    def _say_statistics(self, request):
+        return [statistics(request, {4: 10000, 5: 33000, 6: 5000, 7: 10240})]
+
+    def _say_diagnosis(self, request):
+        return [response(request, request.data + bytes.fromhex("2800" "80e8" "1388" "000a" "2710"))]
+
     def _say_oam_sets(self, request):
         return [response(request, oam_sets(self.slot, self.marked))]
 
@@ -130,6 +216,12 @@ class Card:
         GET_DOMAINS: _say_domains,
         GET_OAM_SETS: _say_oam_sets,
         SET_OAM_SETS: _say_set_oam_sets,
+        KNOWN_LINKS: _say_known,
+        DISCOVERED_LINKS: _say_discovered,
+        ONU_INFORMATION: _say_link_information,
+        BRIDGING_MODE: _say_bridging_mode,
+        STATISTICS: _say_statistics,
+        DIAGNOSIS: _say_diagnosis,
     }
 
     # What a test asks.

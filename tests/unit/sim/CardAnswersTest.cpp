@@ -88,15 +88,9 @@ TEST_F(CardAnswers, PathsLackTheOneThatWasDeleted) {
     EXPECT_EQ(ask(377), hex("0179 0001 0002 0000"));
 }
 
-TEST_F(CardAnswers, LinkListsAreEmpty) {
+TEST_F(CardAnswers, LinkListsOfACardWithoutOnusAreEmpty) {
     EXPECT_EQ(ask(118), hex("0076 0001 0002 0000"));
     EXPECT_EQ(ask(68), hex("0044 0001 0002 0000"));
-}
-
-TEST_F(CardAnswers, BridgingModeEchoesTheLinkAndHas21BytesOfData) {
-    EXPECT_EQ(resultOf(80, "00050000 00 18 01 01 00 01"), 0);
-    EXPECT_EQ(ask(388, "00aabbccddee"),
-              hex("0184 0001 0017 0000 00aabbccddee 01 0040" + zeros(12)));
 }
 
 TEST_F(CardAnswers, StatisticsGiveTheFourOpticalReadingsOfThePort) {

@@ -56,6 +56,13 @@ TEST(RuleTable, ReadsEighteenBytesAndAsManyMoreAsTheFourthSaysLessOne) {
     EXPECT_TRUE(ruleOf("080104" + zeros(14)).empty());
 }
 
+TEST(RuleTable, ReadsTheLengthInTheFourthByteInDecimal) {
+    EXPECT_EQ(ruleOf("08010412" + zeros(25)).size(), 18U + 11U);
+    EXPECT_EQ(ruleOf("0801040a" + zeros(62)).size(), 18U + 48U);
+    EXPECT_EQ(ruleOf("080104ff" + zeros(95)).size(), 18U + 81U);
+    EXPECT_TRUE(ruleOf("08010412" + zeros(24)).empty());
+}
+
 TEST(RuleTable, HoldsARuleOnce) {
     RuleTable table;
     EXPECT_TRUE(table.add(ruleOf(zeros(18))));

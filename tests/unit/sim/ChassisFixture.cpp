@@ -32,10 +32,14 @@ std::string zeros(std::size_t count) {
 
 ChassisFixture::ChassisFixture() {
     settings.slots = {1, 2};
+    settings.onusPerPort = 0;
+    settings.opticsInterval = Duration::zero();
     build();
 }
 
 void ChassisFixture::build() {
+    // What the chassis before has still to do must not outlive it.
+    timers = TimerQueue([this] { return now; });
     chassis = std::make_unique<Chassis>(
         settings, timers,
         [this](const Card& from, Endpoint to, std::span<const std::uint8_t> datagram) {
@@ -46,6 +50,28 @@ void ChassisFixture::build() {
 
 Card& ChassisFixture::card(int slot) {
     return *chassis->findCard(slot);
+}
+
+Onu& ChassisFixture::onu(std::uint8_t port, std::uint8_t index) {
+    return *card().findOnu({1, port, index});
+}
+
+void ChassisFixture::buildWithOnus(unsigned perPort) {
+    settings.onusPerPort = perPort;
+    build();
+    for (unsigned i = 0; i < 2 * perPort; ++i) {
+        advance(settings.discoveryInterval);
+    }
+    sent.clear();
+}
+
+std::vector<std::string> ChassisFixture::takeSent() {
+    std::vector<std::string> frames;
+    for (const auto& datagram : sent) {
+        frames.push_back(datagram.hex);
+    }
+    sent.clear();
+    return frames;
 }
 
 void ChassisFixture::deliver(const std::string& text) {

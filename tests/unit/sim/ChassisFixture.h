@@ -36,9 +36,14 @@ protected:
 
     ChassisFixture();
 
-    /// Makes the chassis anew from `settings`.
+    /// Makes the chassis anew from `settings`: by default with cards that have no ONU and readings
+    /// that don't change.
     void build();
     Card& card(int slot = 1);
+    /// The ONU of slot 1; it must exist.
+    Onu& onu(std::uint8_t port, std::uint8_t index);
+    /// Makes the chassis anew with `perPort` ONUs at each port, and registers them all.
+    void buildWithOnus(unsigned perPort);
 
     /// Delivers a datagram, given as hex, to the card in slot 1 and lets the latency pass.
     void deliver(const std::string& hex);
@@ -47,6 +52,9 @@ protected:
     std::string ask(std::uint16_t id, const std::string& payloadHex = "");
     /// The result field of the answer to a request; -1 when there is none.
     int resultOf(std::uint16_t id, const std::string& payloadHex = "");
+
+    /// What the cards have sent since the last call, as hex.
+    std::vector<std::string> takeSent();
 
     /// Moves the clock and runs what is due.
     void advance(Duration step);

@@ -22,10 +22,14 @@ TEST(ControlCommands, ListPrintsATableWithOneRowACard) {
     const RunningSimulator running;
     const auto end = run({"list"});
     EXPECT_EQ(end.status, 0);
-    EXPECT_EQ(end.output,
-              "slot  address    state    nvs  marker  enabled  domains  requests  muted\n"
-              "1     127.0.1.1  factory  on   no      yes      0        0         no\n"
-              "2     127.0.1.2  factory  on   no      yes      0        0         no\n");
+    EXPECT_EQ(
+        end.output,
+        "slot  address    state    nvs  marker  enabled  domains  onus  discovered  provisioned  "
+        "requests  muted\n"
+        "1     127.0.1.1  factory  on   no      yes      0        0     0           0            "
+        "0         no\n"
+        "2     127.0.1.2  factory  on   no      yes      0        0     0           0            "
+        "0         no\n");
 }
 
 TEST(ControlCommands, ListPrintsAnObjectWithTheCardsAsJson) {
@@ -91,10 +95,12 @@ void PrintTo(const Misuse& misuse, std::ostream* output) {
 }
 
 const Misuse kMisuses[] = {
-    {"Nothing", {}, "no command; there are: list, card, wait"},
-    {"UnknownCommand", {"fly"}, "unknown command 'fly'; there are: list, card, wait"},
+    {"Nothing", {}, "no command; there are: list, card, wait, onu, alarm, event"},
+    {"UnknownCommand",
+     {"fly"},
+     "unknown command 'fly'; there are: list, card, wait, onu, alarm, event"},
     {"TooManyWords", {"list", "all"}, "usage: chassis-sim ctl list"},
-    {"NoAction", {"card", "1"}, "actions: get, reset, mute, unmute, product-code"},
+    {"NoAction", {"card", "1"}, "actions: get, reset, mute, unmute, product-code, cut, restore"},
     {"UnknownAction", {"card", "1", "fly"}, "unknown action 'fly'; there are: get, reset, mute"},
     {"NoSlot", {"card", "9", "get"}, "card: '9' can't be used; allowed: a slot from 1 to 8"},
     {"NoValue", {"card", "1", "product-code"}, "usage: chassis-sim ctl card N product-code VALUE"},

@@ -78,9 +78,11 @@ TEST(ControlSocket, TakesSeveralLinesAtOnceAndIgnoresBlankOnes) {
     const RawClient client;
     ASSERT_TRUE(client.say("\n \r\n{\"verb\":\"fly\"}\r\n{\"verb\":7}\n{\"verb\":\"run\"}\n"));
     EXPECT_EQ(client.hear(3),
-              "{\"error\":\"unknown verb 'fly'; there are: list, get, set, reset, wait\"}\n"
+              "{\"error\":\"unknown verb 'fly'; there are: list, get, set, reset, wait, onus, onu, "
+              "fibre, alarm, event\"}\n"
               "{\"error\":\"\\\"verb\\\" must be a string\"}\n"
-              "{\"error\":\"unknown verb 'run'; there are: list, get, set, reset, wait\"}\n");
+              "{\"error\":\"unknown verb 'run'; there are: list, get, set, reset, wait, onus, onu, "
+              "fibre, alarm, event\"}\n");
 }
 
 TEST(ControlSocket, TakesALastLineWithoutItsEnd) {

@@ -51,7 +51,8 @@ TEST_F(ControlVerbsTest, ListShowsOneRowACard) {
     EXPECT_EQ(reply.at("cards").at(0).dump(),
               R"({"slot":1,"address":"127.0.1.1","port":14113,"mac":"00:0d:b6:00:00:01",)"
               R"("state":"factory","nvs":true,"nvs_after_next_boot":true,"marker":false,)"
-              R"("enabled":true,"domains":[],"requests":1,"muted":false})");
+              R"("enabled":true,"domains":[],"requests":1,"muted":false,"onus_total":0,)"
+              R"("onus_discovered":0,"onus_provisioned":0})");
 }
 
 TEST_F(ControlVerbsTest, ListShowsDomainsAsAnArray) {
@@ -97,9 +98,10 @@ TEST_F(ControlVerbsTest, ResetBeginsAtOnceAndNotTwice) {
 
 TEST_F(ControlVerbsTest, UnknownWordsAreAnsweredWithWhatThereIs) {
     EXPECT_EQ(errorOf(R"({"verb":"fly"})"),
-              "unknown verb 'fly'; there are: list, get, set, reset, wait");
+              "unknown verb 'fly'; there are: list, get, set, reset, wait, onus, onu, fibre, "
+              "alarm, event");
     EXPECT_EQ(errorOf(R"({"verb":"set","card":1,"name":"color","value":1})"),
-              "unknown setting 'color'; there are: muted, product-code");
+              "unknown setting 'color'; there are: muted, product-code, leftover-path");
     EXPECT_EQ(errorOf(R"({"verb":"get","card":3})"), "no card in slot 3; there are: 1, 2");
     EXPECT_EQ(errorOf(R"({"verb":"wait","for":"rain","timeout_ms":1})"),
               "can't wait for 'rain'; there is: in-service");

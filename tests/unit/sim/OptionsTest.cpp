@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <set>
 
 #include "sim/Options.h"
 
@@ -38,6 +39,10 @@ TEST(Options, HaveTheirDefaults) {
     EXPECT_TRUE(options.chassis.nvsEnabled);
     EXPECT_FALSE(options.chassis.configured);
     EXPECT_EQ(options.chassis.productCode, (std::array<std::uint8_t, 2>{0x37, 0x23}));
+    EXPECT_EQ(options.chassis.onusPerPort, 16U);
+    EXPECT_EQ(options.chassis.discoveryInterval, 5ms);
+    EXPECT_EQ(options.chassis.onuResetTime, 5s);
+    EXPECT_EQ(options.chassis.opticsInterval, 1s);
     EXPECT_EQ(options.controlPath, "/tmp/chassis-sim.ctl");
     EXPECT_FALSE(options.verbose);
 }
@@ -55,6 +60,24 @@ TEST(Options, AreTakenFromTheCommandLine) {
     EXPECT_EQ(options.chassis.productCode, (std::array<std::uint8_t, 2>{0xAB, 0x01}));
     EXPECT_EQ(options.controlPath, "/tmp/x");
     EXPECT_TRUE(options.verbose);
+}
+
+TEST(Options, OfTheOnusAreTakenFromTheCommandLine) {
+    const auto chassis =
+        served({"--onus", "124", "--discovery-interval", "250us", "--onu-reset-time", "0",
+                "--optics-interval", "2s", "--seed", "4294967295"})
+            .chassis;
+    EXPECT_EQ(chassis.onusPerPort, 124U);
+    EXPECT_EQ(chassis.discoveryInterval, 250us);
+    EXPECT_EQ(chassis.onuResetTime, 0s);
+    EXPECT_EQ(chassis.opticsInterval, 2s);
+    EXPECT_EQ(chassis.seed, 4294967295U);
+}
+
+TEST(Options, WithoutASeedTakeAnotherEveryTime) {
+    const std::set<std::uint32_t> seeds{served({}).chassis.seed, served({}).chassis.seed,
+                                        served({}).chassis.seed, served({}).chassis.seed};
+    EXPECT_GT(seeds.size(), 1U);
 }
 
 TEST(Options, TakeSlotsInAnyOrderEachOnce) {
@@ -98,6 +121,13 @@ const BadValue kBadValues[] = {
     {"NvsYes", "--nvs", "yes", "on, off"},
     {"ProductCodeShort", "--product-code", "372", "four hex digits"},
     {"ProductCodeNoHex", "--product-code", "37g3", "four hex digits"},
+    {"OnusTooMany", "--onus", "125", "0 to 124"},
+    {"OnusNegative", "--onus", "-1", "0 to 124"},
+    {"SeedTooLarge", "--seed", "4294967296", "0 to 4294967295"},
+    {"SeedEmpty", "--seed", "", "0 to 4294967295"},
+    {"DiscoveryIntervalTooLong", "--discovery-interval", "61s", "up to 60s"},
+    {"OnuResetTimeWord", "--onu-reset-time", "soon", "us, ms or s"},
+    {"OpticsIntervalWithoutUnit", "--optics-interval", "5", "us, ms or s"},
     {"ControlTooLong", "--control", std::string(200, 'x'), "1 to 107 bytes"},
 };
 

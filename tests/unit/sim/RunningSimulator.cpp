@@ -29,6 +29,7 @@ ServeOptions RunningSimulator::defaults() {
     ServeOptions options;
     options.chassis.slots = {1, 2};
     options.chassis.latency = Duration::zero();
+    options.chassis.onusPerPort = 0;
     options.controlPath = kControlPath;
     return options;
 }

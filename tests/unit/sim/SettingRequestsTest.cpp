@@ -8,7 +8,9 @@
 namespace ponmgr::sim {
 namespace {
 
-const std::string kLink = "00aabbccddee";
+/// The first ONU of the card in slot 1, and its downstream queue.
+const std::string kLink = "000db6010000";
+const std::string kQueue = "4000 0000";
 const std::string kSla = "00000000 ffff ff ffff 000f4240 00c8 02 0010";
 const std::string kRule = "08 01 04 05 01 8100 0064 01 01 00 00 0000000000000000 07";
 
@@ -40,7 +42,7 @@ const Setting kSettings[] = {
     {359, "LoopTiming", kMac + "0001 0000 1a5e 0c35 0000"},
     {371, "AggregateBandwidth", kMac + "0000 00000000 0000 00"},
     {376, "Path", "2000 0001 0001 0020 0002 0001 0020"},
-    {384, "QueueSla", "1234 0000" + kSla},
+    {384, "QueueSla", kQueue + kSla},
     {385, "EnableLink", kLink},
     {387, "DeleteQueueSla", "0009 0000"},
     {393, "EncryptionModeDefault", kMac + "0000 00 0000"},
@@ -58,7 +60,10 @@ const Setting kSettings[] = {
      "0402 0000 101010 02 0000 02 0002 0006 02 2004 2006 0000 02 0004 0008 02 2000 2002"},
 };
 
-class SettingRequests : public ChassisFixture, public testing::WithParamInterface<Setting> {};
+class SettingRequests : public ChassisFixture, public testing::WithParamInterface<Setting> {
+protected:
+    SettingRequests() { buildWithOnus(1); }
+};
 
 TEST_P(SettingRequests, AreAcceptedAsTheManagerSendsThem) {
     EXPECT_EQ(resultOf(GetParam().id, GetParam().payload), 0);
@@ -115,21 +120,30 @@ TEST_F(KeptPayloads, AreKeptApartByPort) {
 }
 
 TEST_F(KeptPayloads, OfALinkGoWhenItsProvisioningIsCleared) {
-    EXPECT_EQ(resultOf(385, kLink), 0);
-    EXPECT_EQ(resultOf(385, "00aabbccddff"), 0);
+    buildWithOnus(2);
+    for (const auto& link : {kLink, std::string("000db6010001")}) {
+        EXPECT_EQ(resultOf(385, link), 0);
+        EXPECT_EQ(resultOf(299, link + "80010100 0001 01010101"), 0);
+    }
+    EXPECT_EQ(resultOf(384, kQueue + kSla), 0);
     EXPECT_EQ(resultOf(119, kLink), 0);
     const auto& store = card().configuration.accepted;
-    EXPECT_EQ(store.find(385, 0x00AABBCCDDEE), nullptr);
-    EXPECT_NE(store.find(385, 0x00AABBCCDDFF), nullptr);
+    EXPECT_EQ(store.find(385, 0x000DB6010000), nullptr);
+    EXPECT_EQ(store.find(299, 0x000DB6010000), nullptr);
+    EXPECT_EQ(store.find(384, 0x40000000), nullptr);
+    EXPECT_NE(store.find(385, 0x000DB6010001), nullptr);
+    EXPECT_NE(store.find(299, 0x000DB6010001), nullptr);
 }
 
 TEST_F(KeptPayloads, AreLimitedInNumber) {
+    buildWithOnus(1);
     auto& store = card().configuration.accepted;
     for (std::uint64_t key = 0; key < PayloadStore::kCapacity; ++key) {
         ASSERT_TRUE(store.put(385, key, {}));
     }
     EXPECT_EQ(resultOf(385, kLink), 3);
-    EXPECT_EQ(resultOf(385, "000000000001"), 0);
+    store.erase(385, 0);
+    EXPECT_EQ(resultOf(385, kLink), 0);
 }
 
 }  // namespace

@@ -134,7 +134,8 @@ TEST_P(SimulatorProcess, EndsCleanlyOnASignal) {
     std::array<char, 200> line{};
     const auto size = read(readEnd.get(), line.data(), line.size());
     EXPECT_EQ(std::string(line.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))),
-              "chassis-sim ready: slots 1,2 at 127.0.1.0 + slot, port 14113, control /tmp/sim.ctl");
+              "chassis-sim ready: slots 1,2 at 127.0.1.0 + slot, port 14113, control /tmp/sim.ctl, "
+              "seed 1");
     EXPECT_TRUE(std::filesystem::exists("/tmp/sim.ctl"));
     kill(child, GetParam());
     int status = 0;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <type_traits>
 
@@ -86,14 +87,25 @@ constexpr DataParser kDataParsers[] = {
     {"Id7", "00 07 00 01 00 02 00 00",
      "parseGet_OLT_Information: Impossible to parse offset=0, length=6"},
     {"Id301", "01 2d 00 01 00 02 00 00", "parseGet_NVS_Enabled: Invalid NVS Enabled payload"},
+    {"Id312", "01 38 00 01 00 02 00 00", "parseGet_Statistics: Invalid Statistics"},
+    {"Id363", "01 6b 00 01 00 02 00 00", "parseGet_ONU_Information: Invalid Link Info payload"},
     {"Id381", "01 7d 00 01 00 06 00 00",
      "parseGet_All_Domains: Impossible to parse offset=0, length=2"},
     {"Id388", "01 84 00 01 00 02 00 00",
      "parseGet_OLT_Bridging_Mode: Impossible to parse offset=0, length=6"},
+    {"Id399", "01 8f 00 01 00 02 00 00",
+     "parseGet_OLT_PortLink_Rules: Invalid OLT Port/Link Rules"},
     {"Id435", "01 b3 00 01 00 02 00 00",
      "parseGet_OAM_Extension_Set_Support: Invalid data length size"},
+    {"Id585", "02 49 00 01 00 02 00 00",
+     "parseGet_CTC_21_Optical_Transceiver_Diagnosis: Invalid Optical Transceiver Diagnosis"},
     {"Id0x8000", "80 00 00 01 00 02 00 00",
      "parseGet_OLT_Information: Impossible to parse offset=0, length=6"},
+    {"Id0x8019", "80 19 00 00 00 02 00 00", "parseLink_Discovery: Invalid Link payload"},
+    {"Id0x801A", "80 1a 00 00 00 02 00 00",
+     "parseReport_Alarm: Impossible to parse offset=0, length=1"},
+    {"Id0x802B", "80 2b 00 00 00 02 00 00",
+     "parseOnuLinkMovedBetweenPonPorts: Impossible to parse offset=0, length=6"},
 };
 
 class DataParserOf : public testing::TestWithParam<DataParser> {};
@@ -107,13 +119,50 @@ TEST_P(DataParserOf, ThrowsOnceUnderItsOwnNameWithTheBareText) {
     EXPECT_EQ(originThrownBy([&] { responses.parseMessage(message.get()); }), GetParam().failure);
 }
 
-// Its parser knows no failure, so its record says that it was called.
+/// The ids whose parsers read what is there, so that no data is too short for them.
+constexpr DataParser kListParsers[] = {
+    {"Id68", "00 44 00 01 00 02 00 00", "parseGet_List_of_Discovered_Links"},
+    {"Id118", "00 76 00 01 00 02 00 00", "parseGet_List_of_All_Known_Logical_Links"},
+    {"Id377", "01 79 00 01 00 02 00 00", "parseGet_All_Paths"},
+};
+
+class ListParserOf : public testing::TestWithParam<DataParser> {};
+
+INSTANTIATE_TEST_SUITE_P(ResponseMessage, ListParserOf, testing::ValuesIn(kListParsers),
+                         [](const auto& entry) { return std::string(entry.param.name); });
+
+TEST_P(ListParserOf, FailsUnderItsOwnNameWithoutMemory) {
+    ResponseMessage responses(kNoPause);
+    const auto message = received(GetParam().datagram);
+    std::string failure;
+    {
+        const FailingAllocation noMemoryOnce(FailingAllocation::Kind::Throwing, 1);
+        failure = originThrownBy([&] { responses.parseMessage(message.get()); });
+    }
+    EXPECT_EQ(failure, std::string(GetParam().failure) + ": Unknown Exception Error");
+}
+
 TEST(ResponseMessage, Id377IsGivenToTheParserOfPaths) {
     ResponseMessage responses(kNoPause);
     const auto message = received("01 79 00 01 00 06 00 00 00 01 00 02");
     const auto record = responses.parseMessage(message.get());
     ASSERT_NE(record, nullptr);
     EXPECT_EQ(record->getListSize("paths"), 1U);
+}
+
+constexpr std::uint16_t kDataIds[] = {7,   68,  118, 301, 312,    363,    377,    381,
+                                      388, 399, 435, 585, 0x8000, 0x8019, 0x801A, 0x802B};
+
+TEST(ResponseMessage, EveryIdThatIsNeitherCheckedNorParsedIsNotHandled) {
+    ResponseMessage responses(kNoPause);
+    const auto message = response(0, 0);
+    for (unsigned id = 0; id <= 0xFFFF; id++) {
+        if (std::ranges::count(kCheckedIds, id) == 0 && std::ranges::count(kDataIds, id) == 0) {
+            message->setId(static_cast<TKIDMessage>(id));
+            ASSERT_EQ(messageThrownBy([&] { responses.parseMessage(message.get()); }),
+                      "Response Message ID (" + std::to_string(id) + ") not handled");
+        }
+    }
 }
 
 struct Judgement {
