@@ -28,6 +28,10 @@ private:
 /// __func__ says nothing to a reader of the log.
 #define PONMGR_THROW(message) throw ::ponmgr::Exception((message), __func__, __LINE__)
 
+/// The same under the name of another function, for throwing in a lambda.
+#define PONMGR_THROW_FROM(message, function) \
+    throw ::ponmgr::Exception((message), (function), __LINE__)
+
 /// The same with a line number of its own: operators search their logs for these numbers, so they
 /// stay when the code around them moves.
 #define PONMGR_THROW_LINE(message, line) throw ::ponmgr::Exception((message), __func__, (line))

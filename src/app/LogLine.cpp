@@ -7,9 +7,10 @@ namespace ponmgr {
 
 namespace {
 
-// A line up to this long leaves in one write. Only a received message that is quoted in the log can
-// be longer.
-constexpr std::size_t kLineBufferSize = 65536;
+// A line up to this long leaves in one write: the longest message that can be received, which the
+// log quotes when it is no JSON, and the words before it. Pages that no line reaches cost no
+// memory.
+constexpr std::size_t kLineBufferSize = (std::size_t{1} << 20) + 4096;
 
 void write(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stdout);

@@ -85,7 +85,7 @@ JsonPointer APIData::parse(const char* text, int length, const char* operation) 
     const auto size = static_cast<std::size_t>(std::max(length, 0));
     JsonPointer object = JsonHelper::parse(text, size);
     if (!object) {
-        throw Exception("JSON not parsed: " + std::string(text, size), operation, __LINE__);
+        PONMGR_THROW_FROM("JSON not parsed: " + std::string(text, size), operation);
     }
     return object;
 }

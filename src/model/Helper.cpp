@@ -15,7 +15,7 @@ namespace ponmgr {
 namespace {
 
 constexpr std::size_t kDateTimeSize = 80;
-// The database manager's columns for readings are this narrow, terminating zero included.
+// A reading has at most 9 characters; the terminating zero is counted in.
 constexpr std::size_t kNumberSize = 10;
 constexpr std::size_t kFileChunk = 999;
 // What "%X" adds to the padded width at most: 8 digits and the terminating zero.

@@ -18,7 +18,8 @@ struct JsonDeleter {
 using JsonPointer = std::unique_ptr<cJSON, JsonDeleter>;
 
 /// The few cJSON calls that the system uses, with cJSON's null results turned into Exceptions. All
-/// functions may be called by any thread at any time.
+/// functions may be called by any thread at any time. Limits of cJSON: a text ends at an escaped
+/// zero character, and bytes that are no UTF-8 pass through as they are.
 class JsonHelper {
 public:
     /// A new empty object or array. Throws "Impossible to allocate memory".

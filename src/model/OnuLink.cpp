@@ -8,12 +8,7 @@ namespace ponmgr {
 
 namespace {
 
-struct Default {
-    const char* key;
-    const char* value;
-};
-
-constexpr Default kDefaults[] = {
+constexpr RecordDefault kDefaults[] = {
     {"pon_port", "-"},        {"is_gigabit", "0"},      {"temperature", "-"},
     {"supply_voltage", "-"},  {"tx_bias_current", "-"}, {"tx_power_input", "-"},
     {"tx_power_output", "-"}, {"downstream_queue", ""}, {"upstream_queue", ""},
@@ -25,9 +20,7 @@ constexpr Default kDefaults[] = {
 
 OnuLink::OnuLink(const std::string& mac) {
     record.setNewValue("mac_address", mac);
-    for (const auto& [key, value] : kDefaults) {
-        record.setNewValue(key, value);
-    }
+    layOut(record, kDefaults);
 }
 
 OnuLink::~OnuLink() = default;
@@ -160,16 +153,14 @@ std::string OnuLink::getJsonData() {
 }
 
 bool OnuLink::setJsonData(const std::string& json) {
-    const std::string earlier = getMacAddress();
-    const bool matched = record.setJsonData(json, false);
-    if (macAddressChanged && getMacAddress() != earlier) {
-        macAddressChanged();
+    if (macAddressChanging) {
+        macAddressChanging();
     }
-    return matched;
+    return record.setJsonData(json, false);
 }
 
-void OnuLink::onMacAddressChanged(std::function<void()> listener) {
-    macAddressChanged = std::move(listener);
+void OnuLink::beforeMacAddressChanges(std::function<void()> listener) {
+    macAddressChanging = std::move(listener);
 }
 
 }  // namespace ponmgr

@@ -70,13 +70,13 @@ public:
     /// Container::setJsonData without the id.
     bool setJsonData(const std::string& json);
 
-    /// Called after setJsonData has changed the MAC address; the list of links keeps its index
-    /// right by it.
-    void onMacAddressChanged(std::function<void()> listener);
+    /// Called before setJsonData, which may change the MAC address: the list that owns this link
+    /// takes its index for stale from then on.
+    void beforeMacAddressChanges(std::function<void()> listener);
 
 private:
     Container record;
-    std::function<void()> macAddressChanged;
+    std::function<void()> macAddressChanging;
 };
 
 }  // namespace ponmgr

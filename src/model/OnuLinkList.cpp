@@ -22,9 +22,11 @@ bool OnuLinkList::addOnuLink(const std::string& mac) {
         return false;
     }
     auto link = std::make_unique<OnuLink>(mac);
-    link->onMacAddressChanged([this] { indexIsStale = true; });
+    link->beforeMacAddressChanges([this] { indexIsStale = true; });
+    indexIsStale = true;  // until both have the link: either may run out of memory
     links.push_back(std::move(link));
     linkOfMac[mac] = links.back().get();
+    indexIsStale = false;
     return true;
 }
 
@@ -41,7 +43,7 @@ bool OnuLinkList::removeOnuFromIndex(std::size_t index) {
     }
     rebuildIndexIfStale();
     const auto indexed = linkOfMac.find(links[index]->getMacAddress());
-    if (indexed->second == links[index].get()) {
+    if (indexed != linkOfMac.end() && indexed->second == links[index].get()) {
         linkOfMac.erase(indexed);
         // Two links share a MAC only after setJsonData has made it so; the other one is found then.
         indexIsStale = linkOfMac.size() + 1 != links.size();

@@ -12,12 +12,7 @@ namespace {
 constexpr std::size_t kPonPorts = 2;
 constexpr const char* kModuleTable = "module_olt_table";
 
-struct Default {
-    const char* key;
-    const char* value;
-};
-
-constexpr Default kDefaults[] = {
+constexpr RecordDefault kDefaults[] = {
     {"mac_address", ""},      {"slot_id", ""},     {"online_status", "0"},
     {"status_reported", "0"}, {"app_version", ""}, {"nvs_enabled", "0"},
 };
@@ -25,9 +20,7 @@ constexpr Default kDefaults[] = {
 }  // namespace
 
 PONCard::PONCard() {
-    for (const auto& [key, value] : kDefaults) {
-        record.setNewValue(key, value);
-    }
+    layOut(record, kDefaults);
     for (std::size_t port = 0; port < kPonPorts; port++) {
         record.addItemToList(kModuleTable, std::make_unique<ModuleOltTableRow>());
     }

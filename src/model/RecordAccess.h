@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "model/Container.h"
@@ -7,7 +8,20 @@
 
 namespace ponmgr {
 
-// The rules by which the inventory records read and write their Container.
+// The rules by which the inventory records lay out, read and write their Container.
+
+/// A key and what it holds at first.
+struct RecordDefault {
+    const char* key;
+    const char* value;
+};
+
+/// Creates the keys with their first values.
+inline void layOut(Container& record, std::span<const RecordDefault> defaults) {
+    for (const auto& [key, value] : defaults) {
+        record.setNewValue(key, value);
+    }
+}
 
 /// "1" for true, "0" for false.
 inline void setFlag(Container& record, const std::string& key, bool value) {

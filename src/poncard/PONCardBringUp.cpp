@@ -92,7 +92,7 @@ bool PONCardHelper::doRequestCtcMode() {
         Container* const answer = exchange(&RequestMessage::addGetOAMExtensionSetSupport, payload);
         isOnCtcMode = false;
         if (answer == nullptr) {
-            throw Exception("Container can't be null", operation, __LINE__);
+            PONMGR_THROW_FROM("Container can't be null", operation);
         }
         Container* const marker = findMarker(*answer);
         isOnCtcMode = marker != nullptr && marker->getValue("state") == "1";

@@ -111,7 +111,7 @@ bool PONCardHelper::doGetOnuInformation(OnuLink* link) {
         payload.addHex(link->getHexMacAddress());
         Container* const answer = exchange(&RequestMessage::addGetONUInformation, payload);
         if (answer == nullptr) {
-            throw Exception("Container can't be null", operation, __LINE__);
+            PONMGR_THROW_FROM("Container can't be null", operation);
         }
         if (answer->getValue("result") == "0") {
             link->setPonPort(answer->getValue("info_upstream_epon_port"));

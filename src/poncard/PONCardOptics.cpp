@@ -87,7 +87,7 @@ bool PONCardHelper::doGetOnuOpticsPower(OnuLink* link) {
         Container* const answer =
             exchange(&RequestMessage::addGetCTC21OpticalTransceiverDiagnosis, payload);
         if (answer == nullptr) {
-            throw Exception("Container can't be null", operation, __LINE__);
+            PONMGR_THROW_FROM("Container can't be null", operation);
         }
         if (answer->getValue("result") != "0") {
             return false;
@@ -122,7 +122,7 @@ bool PONCardHelper::doGetOltOpticsPower(std::uint16_t port) {
         addFields(payload, kStatisticsSelector);
         Container* const answer = exchange(&RequestMessage::addGetStatistics, payload);
         if (answer == nullptr) {
-            throw Exception("Container can't be null", operation, __LINE__);
+            PONMGR_THROW_FROM("Container can't be null", operation);
         }
         if (answer->getValue("result") != "0" || !answer->hasList("result_list_stats")) {
             return false;

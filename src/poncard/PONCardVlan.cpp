@@ -86,16 +86,15 @@ bool PONCardHelper::doSetOltVlan(const std::string& ponNumber, const std::string
         clear();
         const std::uint16_t port = toU16(ponNumber);
         if (port > kLastPonPort) {
-            throw Exception("Impossible to add VLAN to PON Number(" + ponNumber + ")", operation,
-                            __LINE__);
+            PONMGR_THROW_FROM("Impossible to add VLAN to PON Number(" + ponNumber + ")", operation);
         }
         std::uint16_t vlan = 0;
         if (!vlanId.empty()) {
             vlan = toU16(vlanId);
             // 1 to 4095; 4095 on purpose, it is the cards' "any VLAN".
             if (static_cast<std::uint16_t>(vlan - 1) > kLastVlanOffset) {
-                throw Exception("Impossible to set VLAN ID equals to (" + vlanId + ")", operation,
-                                __LINE__);
+                PONMGR_THROW_FROM("Impossible to set VLAN ID equals to (" + vlanId + ")",
+                                  operation);
             }
         }
         // The new rules are installed also when the old ones could not be listed.

@@ -68,7 +68,7 @@ std::unique_ptr<Container> ResponseMessage::parseReport_Alarm(const TKMessage* m
                 readFields(kAlarmMac, offset, message, record);
                 break;
             default:
-                throw Exception("Entity Tag(" + tag + ") not handled", parser, __LINE__);
+                PONMGR_THROW_FROM("Entity Tag(" + tag + ") not handled", parser);
         }
         readFields(kAlarm, offset, message, record);
     });
@@ -80,7 +80,7 @@ std::unique_ptr<Container> ResponseMessage::parseGet_CTC_21_Optical_Transceiver_
     return parseRecord(parser, [message, parser](std::uint16_t* offset, Container& record) {
         setResult(message, record);
         if (message->getResult() == 0 && message->getLength() < kNoDiagnosisBelow) {
-            throw Exception("Invalid Optical Transceiver Diagnosis", parser, __LINE__);
+            PONMGR_THROW_FROM("Invalid Optical Transceiver Diagnosis", parser);
         }
         if (message->getLength() > kDiagnosisResultOnlyUpTo) {
             readFields(kDiagnosis, offset, message, record);
@@ -94,7 +94,7 @@ std::unique_ptr<Container> ResponseMessage::parseGet_Statistics(const TKMessage*
         setResult(message, record);
         const unsigned length = message->getLength();
         if (message->getResult() == 0 && length < kNoStatisticsBelow) {
-            throw Exception("Invalid Statistics", parser, __LINE__);
+            PONMGR_THROW_FROM("Invalid Statistics", parser);
         }
         if (length <= kStatisticsResultOnlyUpTo) {
             return;

@@ -84,11 +84,11 @@ std::unique_ptr<Container> ResponseMessage::parseLink_Discovery(const TKMessage*
     const char* parser = __func__;
     return parseRecord(parser, [message, parser](std::uint16_t* offset, Container& record) {
         if (message->getLength() < kNoDiscoveryBelow) {
-            throw Exception("Invalid Link payload", parser, __LINE__);
+            PONMGR_THROW_FROM("Invalid Link payload", parser);
         }
         readFields(kLinkInformationHead, offset, message, record);
         if (isInformationTooShort(record)) {
-            throw Exception("Link Length is below 18 bytes", parser, __LINE__);
+            PONMGR_THROW_FROM("Link Length is below 18 bytes", parser);
         }
         setMessageId(message, record);
         readFields(kLinkInformation, offset, message, record);
@@ -100,14 +100,14 @@ std::unique_ptr<Container> ResponseMessage::parseGet_ONU_Information(const TKMes
     return parseRecord(parser, [message, parser](std::uint16_t* offset, Container& record) {
         record.setNewValue("result", std::to_string(message->getResult()));
         if (message->getResult() == 0 && message->getLength() < kNoInformationBelow) {
-            throw Exception("Invalid Link Info payload", parser, __LINE__);
+            PONMGR_THROW_FROM("Invalid Link Info payload", parser);
         }
         if (message->getLength() <= kResultOnlyUpTo) {
             return;
         }
         readFields(kLinkInformationHead, offset, message, record);
         if (isInformationTooShort(record)) {
-            throw Exception("Link Info Length is below 18 bytes", parser, __LINE__);
+            PONMGR_THROW_FROM("Link Info Length is below 18 bytes", parser);
         }
         readFields(kLinkInformation, offset, message, record);
     });

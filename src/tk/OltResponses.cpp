@@ -79,7 +79,7 @@ std::unique_ptr<Container> ResponseMessage::parseGet_NVS_Enabled(const TKMessage
             return;
         }
         if (message->getLength() < kNvsSmallestLength) {
-            throw Exception("Invalid NVS Enabled payload", parser, __LINE__);
+            PONMGR_THROW_FROM("Invalid NVS Enabled payload", parser);
         }
         readFields(kNvsEnabled, offset, message, record);
     });
@@ -90,7 +90,7 @@ std::unique_ptr<Container> ResponseMessage::parseGet_OAM_Extension_Set_Support(
     const char* parser = __func__;
     return parseRecord(parser, [message, parser](std::uint16_t* offset, Container& record) {
         if (message->getDataLength() < kOamSetsOffset) {
-            throw Exception("Invalid data length size", parser, __LINE__);
+            PONMGR_THROW_FROM("Invalid data length size", parser);
         }
         *offset = kOamSetsOffset;
         const unsigned count = (message->getDataLength() - unsigned{kOamSetsOffset}) / kOamSetSize;

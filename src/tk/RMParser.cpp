@@ -4,6 +4,7 @@
 #include <span>
 
 #include "app/Exception.h"
+#include "tk/HexText.h"
 #include "tk/TKMessage.h"
 
 namespace ponmgr {
@@ -11,7 +12,6 @@ namespace ponmgr {
 namespace {
 
 constexpr std::uint16_t kMacLength = 6;
-constexpr const char* kDigits = "0123456789abcdef";
 
 /// The next `length` data bytes; advances the cursor.
 std::span<const unsigned char> take(std::uint16_t* offset, const TKMessage* message,
@@ -37,8 +37,7 @@ std::string toHex(std::span<const unsigned char> bytes, const char* separator) {
         if (!text.empty()) {
             text += separator;
         }
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0x0F];
+        appendHex(text, byte);
     }
     return text;
 }

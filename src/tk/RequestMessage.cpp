@@ -11,10 +11,11 @@ RequestMessage::~RequestMessage() = default;
 std::unique_ptr<TKMessage> RequestMessage::getNewMessage(TKIDMessage id, const unsigned char* data,
                                                          std::uint16_t length) {
     const auto ctag = static_cast<std::uint16_t>(ctagCounter + 1);
-    // The counter skips 0 at the wrap, the tag doesn't: ..., 0xFFFF, 0x0000, 0x0002, ... Captures
-    // of running cards show this order, and tools that follow a conversation rely on it.
+    auto message = std::make_unique<TKMessage>(id, ctag, data, length);
+    // The counter skips 0 at the wrap, the tag doesn't: ..., 0xFFFF, 0x0000, 0x0002, ... Who
+    // follows a conversation by its tags counts on this order.
     ctagCounter = ctagCounter == UINT16_MAX ? std::uint16_t{1} : ctag;
-    return std::make_unique<TKMessage>(id, ctag, data, length);
+    return message;
 }
 
 void RequestMessage::addMessage(std::unique_ptr<TKMessage> message) {

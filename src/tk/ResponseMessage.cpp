@@ -162,12 +162,13 @@ std::unique_ptr<Container> ResponseMessage::parseRecord(const char* parser, cons
         fill(&offset, *record);
         return record;
     } catch (const Exception& exception) {
+        clear();
         failure = exception.getMessage();
     } catch (...) {
+        clear();
         failure = "Unknown Exception Error";
     }
-    clear();
-    throw Exception(failure, parser, __LINE__);
+    PONMGR_THROW_FROM(failure, parser);
 }
 
 }  // namespace ponmgr

@@ -41,10 +41,8 @@ public:
     std::unique_ptr<Container> parseMessage(const TKMessage* message);
 
     /// Judges a response that carries no data by its result; always null. Blocks for the pause when
-    /// the card accepts later. Throws "Unsupported Message ID <...>", "Error Return
-    /// Code(PARAM_OUT_OF_RANGE) from Message ID <...>" and "Invalid Return Code(...) from Message
-    /// ID
-    /// <...>".
+    /// the card accepts later. Throws for a result that refuses: unsupported (1), out of range (3),
+    /// and any other.
     std::unique_ptr<Container> parseCheckResultOk(const TKMessage* message);
 
     std::size_t getMessagesSize() const { return messages.size(); }

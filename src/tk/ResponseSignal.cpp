@@ -23,7 +23,6 @@ ResponseSignal::ResponseSignal() = default;
 
 ResponseSignal::~ResponseSignal() {
     pthread_cond_destroy(&condition);
-    pthread_mutex_destroy(&mutex);
 }
 
 // The POSIX call rather than std::condition_variable: its own result says whether the time was up.
@@ -31,9 +30,8 @@ ResponseSignal::~ResponseSignal() {
 // time-out.
 bool ResponseSignal::waitUntil(std::chrono::system_clock::time_point deadline) {
     const timespec until = toTimespec(deadline);
-    pthread_mutex_lock(&mutex);
-    const int result = pthread_cond_timedwait(&condition, &mutex, &until);
-    pthread_mutex_unlock(&mutex);
+    const std::lock_guard lock(mutex);
+    const int result = pthread_cond_timedwait(&condition, mutex.native_handle(), &until);
     if (result != 0 && result != ETIMEDOUT) {
         throw std::system_error(result, std::generic_category(), "pthread_cond_timedwait");
     }
@@ -41,9 +39,8 @@ bool ResponseSignal::waitUntil(std::chrono::system_clock::time_point deadline) {
 }
 
 void ResponseSignal::signal() {
-    pthread_mutex_lock(&mutex);
+    const std::lock_guard lock(mutex);
     pthread_cond_signal(&condition);
-    pthread_mutex_unlock(&mutex);
 }
 
 }  // namespace ponmgr

@@ -3,12 +3,13 @@
 #include <pthread.h>
 
 #include <chrono>
+#include <mutex>
 
 namespace ponmgr {
 
 /// Wakes a card thread when the response it waits for has arrived. There is no memory in it: a
 /// signal that comes while nobody waits is lost, and the request is then sent again when the time
-/// is up. Cards count on seeing a request again, so no "has arrived" flag must be added here.
+/// is up. How often a card is asked must not change, so no "has arrived" flag is to be added here.
 class ResponseSignal {
 public:
     ResponseSignal();
@@ -24,7 +25,7 @@ public:
     void signal();
 
 private:
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    std::mutex mutex;
     pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
 };
 

@@ -45,7 +45,7 @@ std::unique_ptr<Container> ResponseMessage::parseGet_OLT_PortLink_Rules(const TK
     return parseRecord(parser, [message, parser](std::uint16_t* offset, Container& record) {
         record.setNewValue("result", std::to_string(message->getResult()));
         if (message->getResult() != 0 || message->getLength() <= kNoRulesUpTo) {
-            throw Exception("Invalid OLT Port/Link Rules", parser, __LINE__);
+            PONMGR_THROW_FROM("Invalid OLT Port/Link Rules", parser);
         }
         readFields(kRulesHead, offset, message, record);
         const int count = std::stoi(record.getValue("rules_count"));

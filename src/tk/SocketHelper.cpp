@@ -67,11 +67,7 @@ void SocketHelper::unregisterUDPSocket(DatagramReceiver* receiver) {
 }
 
 void SocketHelper::send(const TKMessage& message, const sockaddr_in& destination) {
-    std::shared_ptr<UDPDescriptor> current;
-    {
-        const std::lock_guard lock(socketMutex);
-        current = udpSocket;
-    }
+    const std::shared_ptr<UDPDescriptor> current = currentSocket();
     if (!current) {
         return;
     }
@@ -108,6 +104,11 @@ void SocketHelper::bind() {
     udpSocket = std::move(opened);
 }
 
+std::shared_ptr<UDPDescriptor> SocketHelper::currentSocket() {
+    const std::lock_guard lock(socketMutex);
+    return udpSocket;
+}
+
 void SocketHelper::close() {
     const std::lock_guard lock(socketMutex);
     udpSocket.reset();
@@ -133,13 +134,12 @@ void SocketHelper::processRxQueue() {
 }
 
 void SocketHelper::receiveUntilFailure() {
-    // Only this thread replaces or closes the socket, so it needs no lock to look at it.
-    const int descriptor = udpSocket->get();
+    const std::shared_ptr<UDPDescriptor> current = currentSocket();
     std::array<unsigned char, kReceiveBufferSize> buffer{};
     for (;;) {
         sockaddr_in sender{};
         socklen_t senderLength = sizeof sender;
-        const ssize_t received = recvfrom(descriptor, buffer.data(), buffer.size(), MSG_WAITALL,
+        const ssize_t received = recvfrom(current->get(), buffer.data(), buffer.size(), MSG_WAITALL,
                                           reinterpret_cast<sockaddr*>(&sender), &senderLength);
         if (received >= 1) {
             deliver(buffer.data(), static_cast<std::size_t>(received), sender);

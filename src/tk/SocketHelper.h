@@ -19,8 +19,8 @@ constexpr std::uint16_t kTkPort = 14113;
 
 /// The one UDP socket through which all cards of an interface are reached, with its receive thread.
 /// The thread idles until a source address is set, binds to it, and hands every datagram to each
-/// card whose sender address it carries. After any failure it closes the socket and builds it anew
-/// a second later.
+/// card whose sender address it carries. When the socket can't be bound, or a card sends a datagram
+/// of less than 8 bytes, it closes the socket and builds it anew a second later.
 class SocketHelper : public DatagramTransport {
 public:
     /// The interface name that stands for "no device binding".
@@ -44,9 +44,9 @@ public:
     void send(const TKMessage& message, const sockaddr_in& destination) override;
     bool hasDone() const override { return done; }
 
-    /// Opens and binds the socket. Throws "Failed to create UDP socket", "Set socket failed",
-    /// "Failed to reuse socket" and "Failed to bind socket", each after the system's own text on
-    /// standard error.
+    /// Opens and binds the socket. Receive thread only. Throws "Failed to create UDP socket", "Set
+    /// socket failed", "Failed to reuse socket" and "Failed to bind socket", each after the
+    /// system's own text on standard error.
     void bind();
 
 private:
@@ -55,6 +55,7 @@ private:
     void receiveUntilFailure();
     void deliver(const unsigned char* datagram, std::size_t size, const sockaddr_in& sender);
     void close();
+    std::shared_ptr<UDPDescriptor> currentSocket();
 
     // constant after construction
     const std::string interfaceName;

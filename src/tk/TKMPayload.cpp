@@ -3,19 +3,14 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "tk/HexText.h"
+
 namespace ponmgr {
-
-namespace {
-
-constexpr const char* kDigits = "0123456789abcdef";
-
-}  // namespace
 
 TKMPayload::~TKMPayload() = default;
 
 TKMPayload& TKMPayload::addU8Number(std::uint8_t value) {
-    hexText += kDigits[value >> 4];
-    hexText += kDigits[value & 0x0F];
+    appendHex(hexText, value);
     return *this;
 }
 

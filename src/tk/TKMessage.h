@@ -33,9 +33,11 @@ public:
     TKMessage& operator=(const TKMessage&) = delete;
     virtual ~TKMessage();
 
-    /// Replaces the frame by one of `newSize` zero bytes.
+    /// Replaces the frame by one of `newSize` zero bytes. Throws "Not enough memory..." and leaves
+    /// the message without a frame then.
     void newData(std::uint16_t newSize);
-    /// Copies `length` bytes in behind the header.
+    /// Copies `length` bytes in behind the header. Throws "Impossible to set data greater than size
+    /// created" and copies nothing then.
     void setData(const unsigned char* data, std::uint16_t length);
 
     void setId(TKIDMessage id);
@@ -64,6 +66,7 @@ public:
     bool isReceived() const { return received; }
     bool getHasSequence() const { return hasSequence; }
 
+    /// Prints nothing.
     void debug() const {}
 
 private:

@@ -86,7 +86,7 @@ void UDPSocket::sendRequestMessage(const RequestMessage* requests, ResponseMessa
     setGlobalResponseMessage(responses);
     bool answered = false;
     try {
-        answered = sendAll(*requests);
+        answered = requests != nullptr && transport != nullptr && sendAll(*requests);
     } catch (...) {
         std::cerr << "Error on SendRequestMessage\n";
     }
@@ -171,11 +171,14 @@ bool UDPSocket::processRxQueue(std::unique_ptr<TKMessage>& message) {
 }
 
 void UDPSocket::pullAllAlarm(ResponseMessage& pulled) {
-    const std::lock_guard lock(eventsMutex);
-    for (auto& event : events) {
+    std::vector<std::unique_ptr<TKMessage>> taken;
+    {
+        const std::lock_guard lock(eventsMutex);
+        taken.swap(events);
+    }
+    for (auto& event : taken) {
         pulled.addResponseMessage(std::move(event));
     }
-    events.clear();
 }
 
 }  // namespace ponmgr

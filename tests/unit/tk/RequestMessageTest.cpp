@@ -240,7 +240,7 @@ TEST(RequestMessage, DebugPrintsAFirstAndALastLineOnly) {
               "Request Message - Init\nRequest Message - End\n");
 }
 
-TEST(RequestMessage, FailedRequestLeavesTheListUnchangedAndUsesUpItsCtag) {
+TEST(RequestMessage, FailedRequestLeavesTheListAndTheCtagsUnchanged) {
     RequestMessage requests;
     requests.addEnableOLT();
     {
@@ -250,7 +250,7 @@ TEST(RequestMessage, FailedRequestLeavesTheListUnchangedAndUsesUpItsCtag) {
     }
     ASSERT_EQ(requests.getAll().size(), 1U);
     requests.addDisableOLT();
-    EXPECT_EQ(frame(requests, 1), "00 09 00 03 00 00");
+    EXPECT_EQ(frame(requests, 1), "00 09 00 02 00 00");
 }
 
 TEST(RequestMessage, PayloadThatFindsNoMemoryGoesOutEmpty) {
