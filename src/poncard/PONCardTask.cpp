@@ -12,7 +12,8 @@ namespace ponmgr {
 
 namespace {
 
-/// Full passes between two checks that the card still holds its configuration, less one.
+/// The check that the card still holds its configuration comes in the pass after the counter has
+/// passed this: in every twelfth full pass.
 constexpr unsigned kRecheckAfter = 10;
 
 }  // namespace

@@ -189,7 +189,7 @@ int PONCardHelper::doSetOnuVlan(const std::string& vlanId, const std::string& on
         addFields(payload, kOnuPort);
         // No range is checked here, unlike on the OLT's side: 0, and what is no number, send the
         // untagged setting, which is how a VLAN is taken off an ONU.
-        const int vlan = std::atoi(vlanId.c_str());  // NOLINT(cert-err34-c)
+        const int vlan = static_cast<int>(std::strtol(vlanId.c_str(), nullptr, 10));
         payload.addBool(vlan >= 1);
         if (vlan > 0) {
             payload.addU16Number(kVlanTag).addU16Number(static_cast<std::uint16_t>(vlan));

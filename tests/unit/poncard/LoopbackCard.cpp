@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <system_error>
+#include <utility>
 
 #include "unit/model/SleepingThread.h"
 
@@ -58,6 +59,16 @@ void LoopbackCard::beSilentTo(const std::string& id) {
     silent.insert(id);
 }
 
+void LoopbackCard::sendBeforeNextAnswer(const std::string& event) {
+    const std::lock_guard lock(mutex);
+    events.push_back(bytes(event));
+}
+
+std::vector<Bytes> LoopbackCard::takeEvents() {
+    const std::lock_guard lock(mutex);
+    return std::exchange(events, {});
+}
+
 std::vector<std::string> LoopbackCard::takeRequests() {
     const std::lock_guard lock(mutex);
     return std::exchange(requests, {});
@@ -80,8 +91,12 @@ void LoopbackCard::run(const std::stop_token& stop) {
         const Bytes response = answerTo({buffer.begin(), buffer.begin() + received});
         if (!response.empty()) {
             waitUntilAskerSleeps(stop);
-            sendto(descriptor, response.data(), response.size(), 0,
-                   reinterpret_cast<const sockaddr*>(&sender), size);
+            std::vector<Bytes> datagrams = takeEvents();
+            datagrams.push_back(response);
+            for (const Bytes& datagram : datagrams) {
+                sendto(descriptor, datagram.data(), datagram.size(), 0,
+                       reinterpret_cast<const sockaddr*>(&sender), size);
+            }
         }
     }
 }

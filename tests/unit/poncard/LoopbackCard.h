@@ -31,6 +31,9 @@ public:
     /// Doesn't answer requests of this id.
     void beSilentTo(const std::string& id);
 
+    /// Sends an event right before the next answer, so that it is there when the exchange ends.
+    void sendBeforeNextAnswer(const std::string& event);
+
     /// The requests since the last call, in order; one that is sent again because it found no
     /// answer stands here once.
     std::vector<std::string> takeRequests();
@@ -40,6 +43,7 @@ private:
     void waitUntilAskerSleeps(const std::stop_token& stop) const;
     /// Notes the request. Empty for silence.
     Bytes answerTo(const Bytes& request);
+    std::vector<Bytes> takeEvents();
 
     const pid_t asker;
     int descriptor;
@@ -48,6 +52,7 @@ private:
     std::map<std::string, std::string> answers;  // guarded by mutex
     std::set<std::string> silent;                // guarded by mutex
     std::vector<std::string> requests;           // guarded by mutex
+    std::vector<Bytes> events;                   // guarded by mutex
     std::string last;                            // guarded by mutex
 
     std::jthread thread;

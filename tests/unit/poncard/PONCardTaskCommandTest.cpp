@@ -124,6 +124,99 @@ TEST_F(PONCardTaskCommandTest, AFailureToTakeAnAddressIsPrintedUnderTheOperation
     EXPECT_EQ(takeNotifications(), Texts{});
 }
 
+// --- ONUs and VLANs ---
+
+TEST_F(PONCardTaskCommandTest, RemovingAnOnuClearsItOnTheCardAndTakesItOffTheList) {
+    transport.deliverNow(
+        "80 19 00 00 00 1e 00 00 00 00 00 0f e9 00 00 0a 00 12 00 0f e9 37 15 00 11 00 01 01 00 01"
+        " 00 00 00 00 00 00");
+    slot.getHelper().handleAlarms();
+    transport.expect("00 77 00 01 00 06 00 0f e9 00 00 0a").accept();
+    carryOut("/slot/onu/remove", R"({"mac_address":"00:0f:e9:00:00:0a"})");
+    // an empty list has no queues to ask for
+    EXPECT_TRUE(slot.getHelper().doGetAllOnuQueue());
+    EXPECT_EQ(transport.getSent().size(), 1U);
+    EXPECT_EQ(takeNotifications(), Texts{});
+}
+
+TEST_F(PONCardTaskCommandTest, RemovingAnOnuThatIsNotListedClearsItOnTheCardAllTheSame) {
+    transport.expect("00 77 00 01 00 06 00 0f e9 00 00 0b").accept();
+    carryOut("/slot/onu/remove", R"({"mac_address":"00:0f:e9:00:00:0b"})");
+}
+
+TEST_F(PONCardTaskCommandTest, RemovingAnOnuWithoutAnAddressSendsAnEmptyRequest) {
+    transport.expect("00 77 00 01 00 00").accept();
+    carryOut("/slot/onu/remove");
+}
+
+TEST_F(PONCardTaskCommandTest, ResettingAnOnuSendsItsAddress) {
+    transport.expect("00 53 00 01 00 06 00 0f e9 00 00 0a").accept();
+    EXPECT_EQ(linesPrintedBy([this] {
+                  carryOut("/slot/onu/reset", R"({"mac_address":"00:0f:e9:00:00:0a"})");
+              }),
+              "parseMessage[#]: Response Message ID (83) not handled\n");
+}
+
+TEST_F(PONCardTaskCommandTest, ResettingAnOnuWithoutAnAddressSendsAnEmptyRequest) {
+    transport.expect("00 53 00 01 00 00").accept();
+    linesPrintedBy([this] { carryOut("/slot/onu/reset"); });
+}
+
+TEST_F(PONCardTaskCommandTest, TheVlanOfAnOnuIsSetByItsAddress) {
+    transport.expect("01 11 00 01 00 11 00 0f e9 00 00 0a 80 01 01 00 00 01 01 81 00 00 64")
+        .accept();
+    carryOut("/slot/onu/set/vlanid", R"({"vlan_id":"100","mac_address":"00:0f:e9:00:00:0a"})");
+}
+
+TEST_F(PONCardTaskCommandTest, AVlanThatIsAbsentTakesItOffTheOnu) {
+    transport.expect("01 11 00 01 00 0d 00 0f e9 00 00 0a 80 01 01 00 00 01 00").accept();
+    carryOut("/slot/onu/set/vlanid", R"({"mac_address":"00:0f:e9:00:00:0a"})");
+}
+
+TEST_F(PONCardTaskCommandTest, TheVlanOfAPortReplacesItsRules) {
+    identify();
+    transport.expect("01 8f 00 02 00 09 05 00 0d b6 01 02 03 00 01")
+        .deliver("01 8f 00 02 00 0d 00 00 05 00 0d b6 01 02 03 00 01 00 00");
+    transport.expect("01 8f 00 03 00 09 05 00 0d b6 01 02 03 00 03")
+        .deliver("01 8f 00 03 00 0d 00 00 05 00 0d b6 01 02 03 00 03 00 00");
+    transport
+        .expect(
+            "01 90 00 04 00 21 05 00 0d b6 01 02 03 00 01 00 01 08 01 04 05 01 81 00 00 64"
+            " 01 01 00 00 00 00 00 00 00 00 00 00 07")
+        .accept();
+    transport
+        .expect(
+            "01 90 00 05 00 1d 05 00 0d b6 01 02 03 00 03 00 01 08 01 05 01 01 01 01 00 00"
+            " 00 00 00 00 00 00 00 00 07")
+        .accept();
+    transport
+        .expect(
+            "01 90 00 06 00 1e 05 00 0d b6 01 02 03 00 03 00 01 08 01 02 02 00 00 01 06 34 00"
+            " 00 00 00 00 00 00 00 64 02")
+        .accept();
+    transport
+        .expect(
+            "01 90 00 07 00 1e 05 00 0d b6 01 02 03 00 03 00 01 08 01 02 02 00 00 01 06 00 00"
+            " 00 00 00 00 00 00 00 00 06")
+        .accept();
+    carryOut("/olt/vlan", R"({"pon_number":"1","vlan_id":"100","discard_untagged":"1"})");
+}
+
+TEST_F(PONCardTaskCommandTest, AVlanWithoutAPortIsPrintedAndSendsNothing) {
+    EXPECT_EQ(textPrintedBy([this] { carryOut("/olt/vlan", R"({"vlan_id":"100"})"); }),
+              "Unknown Error at doSetOltVlan\n");
+    EXPECT_TRUE(transport.getSent().empty());
+}
+
+TEST_F(PONCardTaskCommandTest, AVlanOfAPortThatIsAbsentDeletesItsRules) {
+    identify();
+    transport.expect("01 8f 00 02 00 09 05 00 0d b6 01 02 03 00 00")
+        .deliver("01 8f 00 02 00 0d 00 00 05 00 0d b6 01 02 03 00 00 00 00");
+    transport.expect("01 8f 00 03 00 09 05 00 0d b6 01 02 03 00 02")
+        .deliver("01 8f 00 03 00 0d 00 00 05 00 0d b6 01 02 03 00 02 00 00");
+    carryOut("/olt/vlan", R"({"pon_number":"0"})");
+}
+
 // --- unknown names ---
 
 TEST_P(UnknownCommandTest, ItVanishesWithoutALine) {

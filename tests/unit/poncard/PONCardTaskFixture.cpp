@@ -67,6 +67,7 @@ void ReadySlotFixture::insertMarkedCard() {
     card.answer("01 2d", "00 04 00 00 00 00");
     card.answer("01 b3", "00 10 00 00 08 00 0d b6 01 02 03 02 05 00 11 11 11 01");
     card.answer("01 7d", "00 06 00 00 04 02 00 01");
+    card.answer("01 38", "00 02 00 05");
 }
 
 void ReadySlotFixture::unmarkCard() {

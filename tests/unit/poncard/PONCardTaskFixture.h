@@ -51,7 +51,8 @@ class ReadySlotFixture : public SlotFixture {
 protected:
     ReadySlotFixture();
 
-    /// The card is of the known product, has its storage off, its marker on, and domains.
+    /// The card is of the known product, has its storage off, its marker on, and domains; neither
+    /// links nor paths, and no optical modules to read.
     void insertMarkedCard();
     /// The marker is off.
     void unmarkCard();

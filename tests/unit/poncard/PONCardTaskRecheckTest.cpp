@@ -39,13 +39,14 @@ TEST_F(RecheckRealSecondsTest, TheMarkersAreAskedAgainAfterTwelveFullPasses) {
     EXPECT_EQ(fullPassesUntilTheMarkerIsAsked(), 11);
 }
 
-TEST_F(RecheckRealSecondsTest, ARecheckAsksForMarkerAndDomainsButNotForTheStorage) {
+TEST_F(RecheckRealSecondsTest, ARecheckAsksForMarkerDomainsLinksAndPathsButNotForTheStorage) {
     insertMarkedCard();
     runPasses(13);
     sent();
     slot.runMainPass();
-    EXPECT_EQ(sent(), (Texts{"01 b3 00 05 00 0f 08 00 0d b6 01 02 03 01 00 02 00 03 00 04 00",
-                             "01 7d 00 06 00 00"}));
+    EXPECT_EQ(sent(), (Texts{"01 b3 00 0a 00 0f 08 00 0d b6 01 02 03 01 00 02 00 03 00 04 00",
+                             "01 7d 00 0b 00 00", "00 76 00 0c 00 00", "00 44 00 0d 00 00",
+                             "01 79 00 0e 00 00"}));
 }
 
 TEST_F(RecheckRealSecondsTest, RechecksFollowEachOtherAtTheSameDistance) {

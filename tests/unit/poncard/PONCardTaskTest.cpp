@@ -21,6 +21,19 @@ constexpr const char* kAskStorage = "01 2d 00 02 00 00";
 constexpr const char* kAskMarker = "01 b3 00 03 00 0f 08 00 0d b6 01 02 03 01 00 02 00 03 00 04 00";
 constexpr const char* kAskDomains = "01 7d 00 04 00 00";
 
+/// What a first full pass sends from its beginning: storage, marker, domains, the two lists of
+/// links, the paths, and the optics of both ports.
+const Texts kFirstFullPass = {
+    kAskStorage,
+    kAskMarker,
+    kAskDomains,
+    "00 76 00 05 00 00",
+    "00 44 00 06 00 00",
+    "01 79 00 07 00 00",
+    "01 38 00 08 00 0d 05 00 0d b6 01 02 03 00 00 00 0b ff 04",
+    "01 38 00 09 00 0d 05 00 0d b6 01 02 03 00 01 00 0b ff 04",
+};
+
 class PONCardTaskIdleTest : public ScriptedSlotFixture {};
 class PONCardTaskRealSecondsTest : public ReadySlotFixture {};
 
@@ -127,12 +140,12 @@ TEST_F(PONCardTaskRealSecondsTest, ASilentCardIsAskedWhoItIsInEveryPass) {
 
 // --- storage ---
 
-TEST_F(PONCardTaskRealSecondsTest, AnIdentifiedCardIsAskedForStorageMarkerAndDomains) {
+TEST_F(PONCardTaskRealSecondsTest, AnIdentifiedCardIsAskedForAllThatIsNotKnownOfIt) {
     insertMarkedCard();
     slot.runMainPass();
     sent();
     EXPECT_EQ(textPrintedBy([this] { slot.runMainPass(); }), "");
-    EXPECT_EQ(sent(), (Texts{kAskStorage, kAskMarker, kAskDomains}));
+    EXPECT_EQ(sent(), kFirstFullPass);
 }
 
 TEST_F(PONCardTaskRealSecondsTest, ACardThatIsWhollyKnownIsAskedNothing) {
@@ -160,7 +173,10 @@ TEST_F(PONCardTaskRealSecondsTest, AStorageThatWasSwitchedOffIsNotAskedForAgain)
     sent();
     slot.runMainPass();
     EXPECT_EQ(sent(), (Texts{"01 b3 00 05 00 0f 08 00 0d b6 01 02 03 01 00 02 00 03 00 04 00",
-                             "01 7d 00 06 00 00"}));
+                             "01 7d 00 06 00 00", "00 76 00 07 00 00", "00 44 00 08 00 00",
+                             "01 79 00 09 00 00",
+                             "01 38 00 0a 00 0d 05 00 0d b6 01 02 03 00 00 00 0b ff 04",
+                             "01 38 00 0b 00 0d 05 00 0d b6 01 02 03 00 01 00 0b ff 04"}));
 }
 
 TEST_F(PONCardTaskRealSecondsTest, AFailedQuestionForTheStorageDoesNotEndThePass) {
@@ -169,7 +185,7 @@ TEST_F(PONCardTaskRealSecondsTest, AFailedQuestionForTheStorageDoesNotEndThePass
     slot.runMainPass();
     sent();
     slot.runMainPass();
-    EXPECT_EQ(sent(), (Texts{kAskStorage, kAskMarker, kAskDomains}));
+    EXPECT_EQ(sent(), kFirstFullPass);
 }
 
 TEST_F(PONCardTaskRealSecondsTest, AFailedQuestionForTheStorageIsAskedInTheNextPass) {
@@ -178,7 +194,7 @@ TEST_F(PONCardTaskRealSecondsTest, AFailedQuestionForTheStorageIsAskedInTheNextP
     runPasses(2);
     sent();
     slot.runMainPass();
-    EXPECT_EQ(sent(), Texts{"01 2d 00 05 00 00"});
+    EXPECT_EQ(sent(), Texts{"01 2d 00 0a 00 00"});
 }
 
 TEST_F(PONCardTaskRealSecondsTest, AStorageLastSeenOnIsSwitchedOffThoughTheQuestionFails) {
@@ -201,7 +217,7 @@ TEST_F(PONCardTaskRealSecondsTest, ACardThatDoesNotAnswerForItsMarkerGoesOnWitho
     slot.runMainPass();
     sent();
     slot.runMainPass();
-    EXPECT_EQ(sent(), (Texts{kAskStorage, kAskMarker, kAskDomains}));
+    EXPECT_EQ(sent(), kFirstFullPass);
 }
 
 TEST_F(PONCardTaskRealSecondsTest, AnUnmarkedCardIsConfiguredAndThePassEnds) {
