@@ -68,8 +68,8 @@ void PONCardHelper::handleLinkDiscovery(const Container& event) {
     const std::string mac = event.getValue("link_mac");
     onuLinks.addOnuLink(mac);
     if (OnuLink* const link = onuLinks.getOnuLinkFromMAC(mac)) {
-        // The downstream port here, the upstream one in doGetOnuInformation: the database manager
-        // shows where a link was found until it is told where it is served.
+        // The downstream port here, the upstream one in doGetOnuInformation, on purpose. A link
+        // keeps the one it got: only links without a port are asked for theirs.
         link->setPonPort(event.getValue("info_downstream_epon_port"));
         link->clearAlarmMessage();
         link->setIsGigabit(false);

@@ -91,7 +91,7 @@ bool PONCardHelper::doSetOltVlan(const std::string& ponNumber, const std::string
         std::uint16_t vlan = 0;
         if (!vlanId.empty()) {
             vlan = toU16(vlanId);
-            // 1 to 4095; 4095 on purpose, it is the cards' "any VLAN".
+            // 1 to 4095; 4095 is accepted on purpose.
             if (static_cast<std::uint16_t>(vlan - 1) > kLastVlanOffset) {
                 PONMGR_THROW_FROM("Impossible to set VLAN ID equals to (" + vlanId + ")",
                                   operation);

@@ -20,8 +20,8 @@ constexpr ResponseField kAlarm[] = {
     u8("alarm_info_len"),
 };
 
-/// Cards fill the fourth word with the power that is reported as input and the fifth with the one
-/// that is reported as output; the database manager's columns are called so.
+/// The fourth word is kept as the power in and the fifth as the power out, on purpose: the reports
+/// are built by these keys.
 constexpr ResponseField kDiagnosis[] = {
     mac("target_onu"),  u16("transceiver_temperature"),
     u16("supply_vcc"),  u16("tx_bias_current"),

@@ -21,7 +21,7 @@ struct Dispatch {
 using enum TKIDMessage;
 
 // By id, ascending. Reset OLT and Reset ONU are left out on purpose: a card that answers them makes
-// the operation print the not-handled text, which is how the log shows that the reset was taken.
+// the operation print the not-handled text, which is how the log shows that it has answered.
 constexpr std::array kDispatch = {
     Dispatch{SetDefaultOAMRate, &ResponseMessage::parseCheckResultOk},
     Dispatch{GetOLTInformation, &ResponseMessage::parseGet_OLT_Information},

@@ -22,7 +22,8 @@ constexpr std::uint16_t kRuleSize = 18;
 constexpr std::size_t kTailDigits = 6;
 
 /// How long a rule's tail is, plus one. The two hexadecimal digits of the fourth byte are read as
-/// decimal ones: 12 for 0x12, and 49 for 0x0a. Cards write this length so.
+/// decimal ones: 12 for 0x12, and 49 for 0x0a. Kept so on purpose: rules are deleted by the bytes
+/// that are read here.
 std::uint8_t tailLength(const std::string& rule) {
     const int tens = rule[kTailDigits] - '0';
     const int ones = rule[kTailDigits + 1] - '0';

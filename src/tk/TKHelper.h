@@ -52,7 +52,7 @@ public:
     // throw what std::stoi throws.
 
     /// 1/256 degree Celsius. The modules' signed word is read as unsigned, so a module below 0 °C
-    /// shows 128 degrees or more; operators know frost by it.
+    /// shows 128 degrees or more.
     static std::string toCelsius_Temperature(const std::string& raw);
     /// 100 microvolt, to volts.
     static std::string toVoltage_VCC(const std::string& raw);

@@ -2,14 +2,29 @@
 
 import json
 
-from support.card import (CLEAR_PROVISIONING, BRIDGING_MODE, DIAGNOSIS, ENABLE_LINK, ETHERNET_PORT,
-                          GET_DOMAINS, KNOWN_LINKS, LINK_DISCOVERY, LINK_MOVED, LINK_SLA,
-                          GET_OLT_INFORMATION, ONU_INFORMATION, QUEUE_SLA, REPORT_ALARM, RESET_ONU,
-                          Card, event, link_information, mac_text, olt_ready, onu_mac)
+import pytest
+
+from support.card import (BRIDGING_MODE, CLEAR_PROVISIONING, DELETE_QUEUE_SLA, DIAGNOSIS, DISABLE_OLT,
+                          ENABLE_LINK, ETHERNET_PORT, GET_DOMAINS, GET_OLT_INFORMATION, KNOWN_LINKS,
+                          LINK_DISCOVERY, LINK_MOVED, LINK_SLA, ONU_INFORMATION, PATHS, QUEUE_SLA,
+                          REPORT_ALARM, RESET_ONU, STATISTICS, Card, event, link_information,
+                          mac_text, olt_ready, onu_mac, response, statistics)
 from support.waiting import wait_for
 
 SLA = "00000000" "ffff" "ff" "ffff" "000f4240" "00c8" "02" "0010"
-ONE, TWO = onu_mac(1), onu_mac(2)
+ONE, TWO, THREE = onu_mac(1), onu_mac(2), onu_mac(3)
+
+
+def in_one_batch(card, peer, *frames):
+    """Sends events while an exchange of the slot is under way, so that one pass handles them all."""
+    def during(asked, request):
+        for frame in frames:
+            asked.send_event(frame)
+        del asked.rules[DISABLE_OLT]
+        return [response(request)]
+
+    card.rules[DISABLE_OLT] = during
+    peer.command("/slot/disable", card.slot)
 
 
 def marked_card(peer, slot=3, **links):
@@ -125,14 +140,167 @@ def test_olt_ready_starts_everything_again(daemon, peer):
     card = marked_card(peer, discovered=[ONE])
     wait_for_report(peer, ONE, is_gigabit="1")
     offline = len(peer.messages("/onu/set/all/offline", 3))
-    alarms = len(peer.messages("/olt/alarm/new"))
-    card.socket.sendto(olt_ready(3), card.last_sender)
-    card.send_event(event(LINK_DISCOVERY, link_information(TWO)))
+    # during a long exchange, so that both events wait for the same pass
+    in_one_batch(card, peer, olt_ready(3), event(LINK_DISCOVERY, link_information(TWO)))
     card.wait_for(GET_OLT_INFORMATION, 2)
     assert len(peer.messages("/onu/set/all/offline", 3)) == offline + 1
-    # an event behind it in the same batch is lost with the batch, one that came later is not
-    wait_for(lambda: len(reports(peer, ONE)) > 1)
-    assert len(peer.messages("/olt/alarm/new")) <= alarms + 1
+    known = len(reports(peer, ONE))
+    wait_for(lambda: len(reports(peer, ONE)) > known)
+    # what stood behind it in its batch is lost with the batch
+    assert reports(peer, TWO) == []
+    assert peer.messages("/olt/alarm/new") == []
+
+
+def test_an_olt_ready_too_short_is_a_line_and_no_restart(daemon, peer):
+    card = marked_card(peer)
+    card.wait_for(GET_DOMAINS)
+    offline = len(peer.messages("/onu/set/all/offline", 3))
+    card.socket.sendto(olt_ready(3)[:-1], card.last_sender)
+    daemon.wait_for_line("]: Impossible to parse offset=90, length=1")
+    card.wait_for(KNOWN_LINKS, 2)
+    assert len(card.of(GET_OLT_INFORMATION)) == 1
+    assert len(peer.messages("/onu/set/all/offline", 3)) == offline
+
+
+def test_an_olt_ready_during_the_configuration_is_handled_in_the_first_full_pass(daemon, peer):
+    card = Card(3)
+
+    def restart(asked, request):
+        if len(asked.of(1)) == 1:
+            asked.send_event(olt_ready(3))
+        return [response(request)]
+
+    card.rules[1] = restart
+    peer.address(3)
+    card.wait_for(GET_OLT_INFORMATION, 2)
+    ids = card.ids()
+    first_end = ids.index(8)
+    assert ids[first_end + 1:first_end + 3] == [435, GET_OLT_INFORMATION]
+    assert card.wait_for(301, 2)
+
+
+def test_an_event_that_cant_be_read_costs_its_batch_the_restart_included(daemon, peer):
+    card = marked_card(peer, discovered=[ONE])
+    wait_for_report(peer, ONE, is_gigabit="1")
+    bad_tag = event(REPORT_ALARM, bytes([4]) + ONE + bytes([17, 1, 1, 0]))
+    in_one_batch(card, peer, olt_ready(3), bad_tag)
+    daemon.wait_for_line("]: Entity Tag(4) not handled")
+    card.wait_for(KNOWN_LINKS, 2)
+    assert len(card.of(GET_OLT_INFORMATION)) == 1
+
+
+def test_two_links_that_go_in_one_batch_are_reported_once_each_and_the_third_stays(daemon, peer):
+    card = marked_card(peer, discovered=[ONE, TWO, THREE])
+    wait_for_report(peer, THREE, is_gigabit="1")
+    gasp = lambda mac, code: event(REPORT_ALARM, bytes([3]) + mac + bytes([code, 0, 1, 0]))
+    before = len(reports(peer, THREE))
+    in_one_batch(card, peer, gasp(ONE, 23), gasp(TWO, 64))
+    wait_for_report(peer, ONE, online_status="0", alarm_message="Report Timeout")
+    wait_for_report(peer, TWO, online_status="0", alarm_message="Standard Dying Gasp")
+    card.discovered = [THREE]
+    card.wait_for(KNOWN_LINKS, 2)
+    assert [sum(report["online_status"] == "0" for report in reports(peer, mac))
+            for mac in (ONE, TWO, THREE)] == [1, 1, 0]
+    assert len(reports(peer, THREE)) == before
+    alarms, = peer.messages("/olt/alarm/new")
+    assert [(row["alarm"], row["state"]) for row in alarms["data"]["alarm_list"]] == \
+        [("Report Timeout", "Off"), ("Standard Dying Gasp", "Off")]
+
+
+def test_a_link_is_provisioned_afresh_when_it_is_discovered_again(daemon, peer):
+    card = marked_card(peer, discovered=[ONE])
+    wait_for_report(peer, ONE, is_gigabit="1")
+    card.send_event(event(REPORT_ALARM, bytes([3]) + ONE + bytes([64, 1, 1, 0])))
+    wait_for_report(peer, ONE, online_status="0")
+    count = len(card.of(LINK_SLA))
+    card.send_event(event(LINK_DISCOVERY, link_information(ONE)))
+    card.wait_for(LINK_SLA, count + 1)
+    wait_for(lambda: reports(peer, ONE)[-1]["online_status"] == "1")
+    assert reports(peer, ONE)[-1]["alarm_message"] == ""
+
+
+def test_a_link_whose_service_level_is_refused_is_reported_so_and_tried_on_every_pass(daemon, peer):
+    card = marked_card(peer)
+    card.wait_for(GET_DOMAINS)
+    card.rules[LINK_SLA] = lambda asked, request: [response(request, result=3)]
+    card.send_event(event(LINK_DISCOVERY, link_information(ONE)))
+    wait_for_report(peer, ONE, is_gigabit="0", online_status="1")
+    card.wait_for(LINK_SLA, 3)
+    assert len(card.of(ETHERNET_PORT)) == 1
+    del card.rules[LINK_SLA]
+    wait_for_report(peer, ONE, is_gigabit="1")
+
+
+def test_a_refused_enable_stops_no_service_level_and_a_refused_port_is_not_asked_again(daemon, peer):
+    card = marked_card(peer)
+    card.wait_for(GET_DOMAINS)
+    card.rules[ENABLE_LINK] = lambda asked, request: [response(request, result=3)]
+    card.rules[ETHERNET_PORT] = lambda asked, request: [response(request, result=3)]
+    card.send_event(event(LINK_DISCOVERY, link_information(ONE)))
+    wait_for_report(peer, ONE, is_gigabit="1", ether_up_status="1")
+    card.wait_for(KNOWN_LINKS, 2)
+    assert len(card.of(ENABLE_LINK)) == len(card.of(ETHERNET_PORT)) == 1
+
+
+def test_one_bad_queue_answer_costs_all_endpoints_and_provisioning_goes_on(daemon, peer):
+    card = marked_card(peer)
+    card.wait_for(GET_DOMAINS)
+    card.rules[BRIDGING_MODE] = lambda asked, request: [
+        response(request, request.data + bytes(14 if request.data == TWO else 15))]
+    in_one_batch(card, peer, event(LINK_DISCOVERY, link_information(ONE)),
+                 event(LINK_DISCOVERY, link_information(TWO)))
+    wait_for_report(peer, TWO, is_gigabit="1")
+    assert [request.data.hex() for request in card.of(QUEUE_SLA)] == ["0000" + SLA] * 6
+
+
+def test_paths_that_are_no_longer_used_are_deleted_with_their_successors(daemon, peer):
+    card = Card(3, marked=True)
+    card.rules[PATHS] = lambda asked, request: [response(request, bytes.fromhex(
+        "0008" "0000" "0009" "0002" "1fff" "0003" "2000" "0000"))]
+    peer.address(3)
+    card.wait_for(DELETE_QUEUE_SLA, 2)
+    card.wait_for(KNOWN_LINKS, 2)
+    assert [request.data.hex() for request in card.of(DELETE_QUEUE_SLA)[:2]] == \
+        ["0009" "0000", "000a" "0000"]
+    assert len(card.of(DELETE_QUEUE_SLA)) <= 4
+
+
+@pytest.mark.parametrize("mac", ["", "garbage", "00:0D:B6:03:00:01"])
+def test_commands_for_an_onu_that_isnt_known_leave_the_links_alone(daemon, peer, mac):
+    card = marked_card(peer, discovered=[ONE])
+    wait_for_report(peer, ONE, is_gigabit="1")
+    peer.command("/slot/onu/remove", 3, mac_address=mac)
+    peer.command("/slot/onu/reset", 3, mac_address=mac)
+    card.wait_for(RESET_ONU)
+    card.send_event(event(LINK_MOVED, ONE + bytes([1, 0])))
+    wait_for_report(peer, ONE, pon_port="0")
+
+
+def test_one_onu_that_refuses_its_levels_costs_the_others_nothing(daemon, peer):
+    card = marked_card(peer)
+    card.wait_for(GET_DOMAINS)
+    card.rules[DIAGNOSIS] = lambda asked, request: \
+        [response(request, b"\x00", result=3)] if request.data == ONE else [] \
+        if request.data == TWO else asked.GOOD_ANSWERS[DIAGNOSIS](asked, request)
+    in_one_batch(card, peer, *[event(LINK_DISCOVERY, link_information(mac))
+                               for mac in (ONE, TWO, THREE)])
+    wait_for_report(peer, THREE, is_gigabit="1")
+    card.wait_for(DIAGNOSIS, limit=60)
+    report = wait_for_report(peer, THREE, temperature="40.00")
+    assert report["supply_voltage"] == "3.30"
+    assert all(report["temperature"] == "-" for mac in (ONE, TWO) for report in reports(peer, mac))
+
+
+def test_a_reading_beyond_any_level_is_a_line_and_the_other_port_is_read(daemon, peer):
+    card = Card(3, marked=True)
+    card.rules[STATISTICS] = lambda asked, request: [statistics(
+        request, {4: 1 << 31} if request.data[8] == 0 else {4: 10000, 5: 33000, 7: 10240})]
+    peer.address(3)
+    daemon.wait_for_line("Unknown Error at doGetOltOpticsPower")
+    rows = peer.wait_for("/olt/new", 3, matching=lambda data: data["module_olt_table"][1][
+        "ucOpticModuleOltVcc"] == "3.30")["module_olt_table"]
+    assert rows[0]["ucOpticModuleOltTxPower"] == "-"
+    assert rows[1]["ucOpticModuleOltTxBias"] == "-"  # not in the answer
 
 
 def test_optical_levels_are_read_on_the_first_full_pass_and_every_32nd(daemon, peer):

@@ -74,6 +74,8 @@ def test_rules_that_are_there_are_deleted_first_and_an_empty_vlan_installs_none(
 @pytest.mark.parametrize("port, number, line", [
     ("2", "100", "]: Impossible to add VLAN to PON Number(2)"),
     ("0", "0", "]: Impossible to set VLAN ID equals to (0)"),
+    ("-1", "100", "]: Impossible to add VLAN to PON Number(-1)"),
+    ("0", "65536", "]: Impossible to set VLAN ID equals to (65536)"),
     ("0", "4096", "]: Impossible to set VLAN ID equals to (4096)"),
     ("", "100", "Unknown Error at doSetOltVlan"),
     ("0", "abc", "Unknown Error at doSetOltVlan"),
@@ -86,7 +88,17 @@ def test_a_value_out_of_range_is_one_line_and_nothing_is_sent(steady, daemon, pe
     assert not {GET_RULES, SET_RULE, DELETE_RULE} & set(steady.ids())
 
 
-@pytest.mark.parametrize("number, tail", [("100", "01" "8100" "0064"), ("0", "00"), ("abc", "00")])
+def test_new_rules_are_installed_also_when_the_old_ones_cant_be_listed(steady, daemon, peer):
+    steady.rules[GET_RULES] = lambda asked, request: [response(request, result=3)]
+    vlan(peer, vlan_id="100", discard_untagged="2", pon_number="0")
+    steady.wait_for(SET_RULE, 2)
+    daemon.wait_for_line("]: Invalid OLT Port/Link Rules")
+    assert len(steady.of(SET_RULE)) == 2
+    assert steady.of(DELETE_RULE) == []
+
+
+@pytest.mark.parametrize("number, tail", [("100", "01" "8100" "0064"), ("0", "00"), ("abc", "00"),
+                                          ("-5", "00"), ("70000", "01" "8100" "1170")])
 def test_an_onu_port_gets_its_vlan_or_none(steady, peer, number, tail):
     peer.command("/slot/onu/set/vlanid", 3, vlan_id=number, mac_address="00:0d:b6:03:00:07")
     assert steady.wait_for(ONU_VLAN).data.hex() == "000db6030007" "80" "01" "01" "00" "0001" + tail
