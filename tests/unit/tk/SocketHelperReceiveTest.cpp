@@ -2,7 +2,11 @@
 // that second.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <array>
+#include <chrono>
+#include <ctime>
 #include <thread>
 
 #include "CardSocket.h"
@@ -195,6 +199,26 @@ TEST_F(SocketHelperRealSeconds, ExchangeRunsOverTheSharedSocketOfItsInterface) {
     EXPECT_GE(responses.getMessagesSize(), 1U);
     answers.request_stop();
     CardSocket("127.0.0.4").sendTo(kCard, bytes("00"));  // ends the receive
+}
+
+/// The processor time that this process has used.
+std::chrono::nanoseconds processorTime() {
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+// A pipe in the socket's place: every receive on it fails.
+TEST_F(SocketHelperRealSeconds, ReceiveThatFailsAgainAndAgainKeepsNoCoreBusy) {
+    const int descriptor = test::descriptorOf(test::tkSocketsBoundTo(kSource).at(0));
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    ASSERT_EQ(dup2(ends[0], descriptor), descriptor);
+    // The receive that was under way still has the socket: a datagram ends it.
+    CardSocket(kCard).sendTo(kSource, bytes(kFrame));
+    const auto before = processorTime();
+    std::this_thread::sleep_for(500ms);
+    EXPECT_LT(processorTime() - before, 250ms);
 }
 
 TEST(SocketHelperStartRealSeconds, IdlesUntilASourceAddressIsSet) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <array>
 #include <type_traits>
@@ -219,6 +220,23 @@ TEST(SocketHelper, DatagramThatCannotBeSentIsLostWithoutAFailure) {
     const TKMessage message(TKIDMessage::EnableOLT, 1, nullptr, 0);
     EXPECT_EQ(messageThrownBy([&] { helper.send(message, sockaddr_in{}); }), "nothing");
     EXPECT_EQ(messageThrownBy([&] { helper.send(message, cardAt("192.0.2.1")); }), "nothing");
+}
+
+// In a child: the test's own standard input stays as it is.
+TEST(SocketHelper, DescriptorZeroIsASocketLikeAnyOther) {
+    const auto useAndDropDescriptorZero = [] {
+        ::close(0);
+        {
+            SocketHelper helper("ethX");
+            helper.setSourceIP(kSource);
+            helper.bind();
+            if (fcntl(0, F_GETFD) < 0) {
+                _exit(1);  // it isn't the socket's
+            }
+        }
+        _exit(fcntl(0, F_GETFD) < 0 ? 0 : 2);
+    };
+    EXPECT_EXIT(useAndDropDescriptorZero(), testing::ExitedWithCode(0), "");
 }
 
 TEST(SocketHelper, HasNotDoneBeforeItsThreadHasBoundASocket) {

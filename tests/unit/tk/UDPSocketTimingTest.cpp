@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <thread>
 
 #include "support/ScriptedTransport.h"
 #include "support/ThrownBy.h"
@@ -91,6 +92,40 @@ TEST(UDPSocketTiming, TriesAfterATimeOutHaveTheirWholeTime) {
     constexpr milliseconds step = 40ms;
     const auto exchange = askASilentCard({step, step, 6});
     EXPECT_GE(exchange.ended, stepOf(exchange.started, step) + 6 * step);
+}
+
+/// Takes its time to send, and never answers.
+class SlowTransport : public DatagramTransport {
+public:
+    static constexpr milliseconds kSendTime{100};
+
+    void send(const TKMessage& /*message*/, const sockaddr_in& /*destination*/) override {
+        std::this_thread::sleep_for(kSendTime);
+    }
+    bool hasDone() const override { return true; }
+    void registerUDPSocket(DatagramReceiver* /*receiver*/) override {}
+    void unregisterUDPSocket(DatagramReceiver* /*receiver*/) override {}
+};
+
+// A busy machine only makes the exchange longer, so one that is shorter than both times together
+// shows that they ran side by side.
+TEST(UDPSocketTiming, DeadlineIsTakenBeforeTheSend) {
+    constexpr milliseconds responseTime = 2 * SlowTransport::kSendTime;
+    SlowTransport slow;
+    auto shortest = steady_clock::duration::max();
+    for (int i = 0; i < 5 && shortest >= responseTime + SlowTransport::kSendTime; i++) {
+        UDPSocket socket({responseTime, 1ms, 1});
+        socket.start(&slow, "1");
+        socket.setClientIpAddress("127.0.0.2");
+        RequestMessage requests;
+        requests.addEnableOLT();
+        ResponseMessage responses(0ms);
+        const auto start = steady_clock::now();
+        EXPECT_EQ(messageThrownBy([&] { socket.sendRequestMessage(&requests, &responses); }),
+                  kNoAnswer);
+        shortest = std::min<steady_clock::duration>(shortest, steady_clock::now() - start);
+    }
+    EXPECT_LT(shortest, responseTime + SlowTransport::kSendTime);
 }
 
 TEST(UDPSocketTiming, AnswerEndsTheWaitLongBeforeItsTime) {
