@@ -12,8 +12,14 @@
 namespace ponmgr::test {
 
 LinkScript& linkScript(int link) {
-    static std::map<int, LinkScript> scripts;
-    return scripts[link];
+    // Both links from the start: the worker's threads make theirs at the same time.
+    static std::map<int, LinkScript> scripts = [] {
+        std::map<int, LinkScript> both;
+        both[2001];
+        both[2010];
+        return both;
+    }();
+    return scripts.at(link);
 }
 
 namespace {
