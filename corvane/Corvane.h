@@ -71,7 +71,7 @@ private:
     class Implementation;
     std::unique_ptr<Implementation> implementation;
     // Programs make the object by this declaration: room for the members of another libCorvane.so.
-    void* room[63] = {};
+    [[maybe_unused]] void* room[63] = {};
 };
 
 #pragma GCC visibility pop

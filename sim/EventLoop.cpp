@@ -84,13 +84,15 @@ void EventLoop::runBatch() {
     }
     for (int i = 0; i < count; ++i) {
         const auto& event = events.at(static_cast<std::size_t>(i));
-        if (event.data.u64 == kTimerToken) {
+        // By value: the event is packed, so that no reference to its token is aligned.
+        const std::uint64_t token = event.data.u64;
+        if (token == kTimerToken) {
             std::uint64_t expirations = 0;
             (void)!read(timer.get(), &expirations, sizeof expirations);
             armedFor.reset();
             continue;
         }
-        const auto found = watched.find(event.data.u64);
+        const auto found = watched.find(token);
         if (found != watched.end()) {
             const auto kept = found->second;
             kept->handler(event.events);

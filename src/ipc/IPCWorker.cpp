@@ -1,6 +1,5 @@
 #include "ipc/IPCWorker.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -9,6 +8,7 @@
 #include "Corvane.h"
 #include "app/Exception.h"
 #include "app/LogLine.h"
+#include "app/NamedThread.h"
 
 namespace ponmgr {
 
@@ -52,10 +52,8 @@ void IPCWorker::setRequestHandler(RequestHandler handler) {
 }
 
 void IPCWorker::startWorker() {
-    receiveThread = std::thread([this] { threadWorker(); });
-    pthread_setname_np(receiveThread.native_handle(), "ipc-receive");
-    notificationThread = std::thread([this] { threadNotifyWorker(); });
-    pthread_setname_np(notificationThread.native_handle(), "ipc-notify");
+    receiveThread = startNamedThread("ipc-receive", [this] { threadWorker(); });
+    notificationThread = startNamedThread("ipc-notify", [this] { threadNotifyWorker(); });
 }
 
 void IPCWorker::waitWorkerFinish() {

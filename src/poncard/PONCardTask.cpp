@@ -1,10 +1,9 @@
 #include "poncard/PONCardTask.h"
 
-#include <pthread.h>
-
 #include <utility>
 
 #include "app/LogLine.h"
+#include "app/NamedThread.h"
 #include "poncard/PingProbe.h"
 #include "tk/SocketHelper.h"
 
@@ -68,14 +67,10 @@ void PONCardTask::prepare(const std::string& interface, const std::string& slot)
 
 void PONCardTask::start(const std::string& interface, const std::string& slot) {
     prepare(interface, slot);
-    const auto startLoop = [this](void (PONCardTask::*loop)(), const char* name) {
-        std::thread thread([this, loop] { (this->*loop)(); });
-        pthread_setname_np(thread.native_handle(), ("slot" + slotId + name).c_str());
-        return thread;
-    };
-    mainThread = startLoop(&PONCardTask::mainLoop, "-main");
-    taskThread = startLoop(&PONCardTask::taskLoop, "-task");
-    pingThread = startLoop(&PONCardTask::pingLoop, "-ping");
+    const std::string name = "slot" + slotId;
+    mainThread = startNamedThread(name + "-main", [this] { mainLoop(); });
+    taskThread = startNamedThread(name + "-task", [this] { taskLoop(); });
+    pingThread = startNamedThread(name + "-ping", [this] { pingLoop(); });
 }
 
 void PONCardTask::waitFinish() {

@@ -1,7 +1,6 @@
 #include "tk/SocketHelper.h"
 
 #include <arpa/inet.h>
-#include <pthread.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 
 #include "app/Exception.h"
 #include "app/LogLine.h"
+#include "app/NamedThread.h"
 
 namespace ponmgr {
 
@@ -48,8 +48,7 @@ SocketHelper::SocketHelper(std::string interface) : interfaceName(std::move(inte
 SocketHelper::~SocketHelper() = default;
 
 void SocketHelper::start() {
-    receiveThread = std::thread([this] { processRxQueue(); });
-    pthread_setname_np(receiveThread.native_handle(), "tk-receive");
+    receiveThread = startNamedThread("tk-receive", [this] { processRxQueue(); });
 }
 
 void SocketHelper::setSourceIP(const std::string& ip) {

@@ -21,8 +21,6 @@ constexpr const char* kDownstreamService =
     "01 80 00 03 00 16 21 01 00 00 00 00 00 00 ff ff ff ff ff 00 0f 42 40 00 c8 02 00 10";
 constexpr const char* kUpstreamService =
     "01 80 00 04 00 16 31 01 00 00 00 00 00 00 ff ff ff ff ff 00 0f 42 40 00 c8 02 00 10";
-constexpr const char* kMulticastService =
-    "01 80 00 05 00 16 41 01 00 00 00 00 00 00 ff ff ff ff ff 00 0f 42 40 00 c8 02 00 10";
 constexpr const char* kEthernetUp =
     "01 2b 00 06 00 10 00 0f e9 00 00 0a 80 01 01 00 00 01 01 01 01 01";
 

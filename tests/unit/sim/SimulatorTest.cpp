@@ -52,7 +52,7 @@ TEST(Simulator, AnswersAfterTheLatencyAndReportsReadyAfterAReset) {
 TEST(Simulator, SurvivesDatagramsOfEverySize) {
     const RunningSimulator running;
     const Manager manager;
-    for (const std::size_t size : {0, 1, 5, 1500, 9000, 60000}) {
+    for (const std::size_t size : {0UL, 1UL, 5UL, 1500UL, 9000UL, 60000UL}) {
         manager.send("127.0.1.1", std::string(2 * size, '8'));
     }
     manager.send("127.0.1.1", "0008 0001 0000");
