@@ -18,7 +18,18 @@ constexpr std::size_t kShownValueBytes = 60;
 constexpr int kLastPort = 1;
 constexpr int kFirstVlan = 1;
 constexpr int kLastVlan = 4095;
-constexpr std::size_t kMacAddressLength = 17;
+constexpr int kMacAddressPairs = 6;
+constexpr double kLowestLevel = -60;
+constexpr double kHighestLevel = 20;
+constexpr int kHighestCount = 10'000;
+constexpr int kLongestDays = 3650;
+
+struct Unit {
+    char letter;
+    int seconds;
+};
+
+constexpr std::array kUnits = {Unit{'s', 1}, Unit{'m', 60}, Unit{'h', 3600}, Unit{'d', 86'400}};
 
 [[noreturn]] void refuse(std::string_view what, std::string_view value, std::string_view allowed) {
     throw ArgumentError(std::string(what) + " \"" + printable(value, kShownValueBytes) +
@@ -38,7 +49,7 @@ bool isHexDigit(char character) {
 }
 
 char toLower(char character) {
-    return character >= 'A' && character <= 'F' ? static_cast<char>(character - 'A' + 'a')
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
                                                 : character;
 }
 
@@ -91,18 +102,34 @@ PortAddress parsePortAddress(std::string_view text) {
     return address;
 }
 
+int parsePort(std::string_view text) {
+    int port = 0;
+    if (!readNumber(text, 0, kLastPort, port)) {
+        refuse("port", text, "a card has the PON ports 0 and 1");
+    }
+    return port;
+}
+
 std::string parseMacAddress(std::string_view text) {
-    bool right = text.size() == kMacAddressLength;
+    const char separator = text.size() > 2 && (text[2] == ':' || text[2] == '-') ? text[2] : '\0';
+    const std::size_t step = separator == '\0' ? 2 : 3;
+    bool right = text.size() == kMacAddressPairs * step - (step - 2);
+    std::string result;
     for (std::size_t index = 0; right && index < text.size(); ++index) {
-        right = index % 3 == 2 ? text[index] == ':' : isHexDigit(text[index]);
+        right = index % step == 2 ? text[index] == separator : isHexDigit(text[index]);
+        if (index > 0 && index % step == 0) {
+            result += ':';
+        }
+        if (index % step != 2) {
+            result += toLower(text[index]);
+        }
     }
     if (!right) {
         refuse("MAC address", text,
-               "six pairs of hex digits separated by colons, such as 00:0d:b6:00:00:03");
+               "six pairs of hex digits, such as 00:0d:b6:00:00:03, 00-0D-B6-00-00-03 or "
+               "000db6000003");
     }
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), toLower);
-    return lower;
+    return result;
 }
 
 std::string parseVlan(std::string_view text) {
@@ -111,6 +138,46 @@ std::string parseVlan(std::string_view text) {
         refuse("VLAN", text, "a VLAN is a number from 1 to 4095");
     }
     return std::to_string(vlan);
+}
+
+double parseLevel(std::string_view text) {
+    auto number = text;
+    if (number.size() > 3) {
+        std::string unit(number.substr(number.size() - 3));
+        std::transform(unit.begin(), unit.end(), unit.begin(), toLower);
+        number.remove_suffix(unit == "dbm" ? 3 : 0);
+    }
+    double level = 0;
+    const auto* const last = number.data() + number.size();
+    const auto [end, error] = std::from_chars(number.data(), last, level, std::chars_format::fixed);
+    // "not a number" is neither below nor above anything.
+    const bool within = level >= kLowestLevel && level <= kHighestLevel;
+    if (error != std::errc() || end != last || !within) {
+        refuse("level", text, "a number of dBm from -60 to 20, such as -25 or -25.5dBm");
+    }
+    return level;
+}
+
+std::chrono::seconds parseDuration(std::string_view text) {
+    const auto unit = std::find_if(kUnits.begin(), kUnits.end(), [text](const Unit& row) {
+        return !text.empty() && row.letter == text.back();
+    });
+    int count = 0;
+    if (unit != kUnits.end()) {
+        const int longest = kLongestDays * (86'400 / unit->seconds);
+        if (readNumber(text.substr(0, text.size() - 1), 1, longest, count)) {
+            return std::chrono::seconds(count) * unit->seconds;
+        }
+    }
+    refuse("time", text, "a number and s, m, h or d, at most 3650d, such as 90s, 15m, 24h or 7d");
+}
+
+int parseCount(std::string_view text) {
+    int count = 0;
+    if (!readNumber(text, 1, kHighestCount, count)) {
+        refuse("count", text, "a number from 1 to 10000");
+    }
+    return count;
 }
 
 std::uint32_t parseIpv4(const std::string& text) {

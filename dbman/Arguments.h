@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -29,11 +30,24 @@ std::vector<int> parseSlotList(std::string_view text);
 /// "SLOT/PORT", for example "3/1"; a card has the ports 0 and 1.
 PortAddress parsePortAddress(std::string_view text);
 
-/// Six pairs of hex digits separated by colons; returned in lower case, the daemon's form.
+/// A PON port of a card, "0" or "1".
+int parsePort(std::string_view text);
+
+/// Six pairs of hex digits, separated by colons, by hyphens or by nothing; returned in the daemon's
+/// form: lower case with colons.
 std::string parseMacAddress(std::string_view text);
 
 /// A VLAN id, 1 to 4095; returned as decimal text without leading zeros.
 std::string parseVlan(std::string_view text);
+
+/// An optical level in dBm, -60 to 20, with or without the unit: "-25", "-25.5dBm".
+double parseLevel(std::string_view text);
+
+/// A time of at least a second: a number and s, m, h or d, such as "90s", "15m", "24h", "7d".
+std::chrono::seconds parseDuration(std::string_view text);
+
+/// How many of something are wanted, 1 to 10000.
+int parseCount(std::string_view text);
 
 /// An IPv4 address in dotted form; returned in the host's byte order.
 std::uint32_t parseIpv4(const std::string& text);

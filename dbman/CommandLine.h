@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "dbman/Surroundings.h"
+
 namespace ponmgr::dbman {
 
 /// How dbman ends.
@@ -18,7 +20,11 @@ enum class ExitCode {
 };
 
 /// Runs dbman with the `arguments` behind the program's name. Results go to `out`, errors to `err`;
-/// with --json errors too go to `out`, as {"error":"..."}. Throws nothing but std::bad_alloc.
+/// with --json errors too go to `out`, as {"error":"..."}. Without a command it is the console,
+/// where there is a terminal to read from and to write to. Throws nothing but std::bad_alloc.
+ExitCode runDbman(const std::vector<std::string>& arguments, const Surroundings& surroundings);
+
+/// The same without a terminal.
 ExitCode runDbman(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err);
 
 }  // namespace ponmgr::dbman

@@ -1,3 +1,5 @@
+// The skeleton of the commands, and those that are about dbman as a whole.
+
 #include "dbman/ControlCommands.h"
 
 #include <algorithm>
@@ -13,17 +15,6 @@ namespace {
 
 constexpr std::size_t kShownCommandBytes = 60;
 
-/// The slot that a request names, without a value when it names none.
-std::optional<int> optionalSlot(const Json& request) {
-    return request.contains("slot") ? std::optional(parseSlot(stringMember(request, "slot")))
-                                    : std::nullopt;
-}
-
-Message slotMessage(const std::string& uri, const Json& request) {
-    const int slot = parseSlot(stringMember(request, "slot"));
-    return {uri, {{"slot_id", std::to_string(slot)}}};
-}
-
 OrderedJson describe(const Message& message) {
     OrderedJson json = OrderedJson::object();
     json["uri"] = message.uri;
@@ -34,39 +25,52 @@ OrderedJson describe(const Message& message) {
     return json;
 }
 
+OrderedJson describe(const std::vector<Message>& messages) {
+    OrderedJson result = OrderedJson::object();
+    result["sent"] = OrderedJson::array();
+    for (const auto& message : messages) {
+        result["sent"].push_back(describe(message));
+    }
+    return result;
+}
+
 }  // namespace
 
-const std::array<ControlCommands::Entry, 13>& ControlCommands::table() {
-    static constexpr std::array<Entry, 13> entries = {{
+const std::array<ControlCommands::Entry, ControlCommands::kCommands>& ControlCommands::table() {
+    static constexpr std::array<Entry, kCommands> entries = {{
         {"status", &ControlCommands::status},
         {"card list", &ControlCommands::listCards},
-        {"onu list", &ControlCommands::listOnus},
+        {"send", &ControlCommands::sendRaw},
+        {"slot list", &ControlCommands::listSlots},
+        {"slot set", &ControlCommands::setSlot},
+        {"slot clear", &ControlCommands::clearSlot},
         {"slot enable", &ControlCommands::enableSlot},
         {"slot disable", &ControlCommands::disableSlot},
         {"slot reset", &ControlCommands::resetSlot},
         {"slot announce", &ControlCommands::announce},
+        {"port vlan", &ControlCommands::setPortVlan},
+        {"port vlan remove", &ControlCommands::removePortVlan},
+        {"onu list", &ControlCommands::listOnus},
+        {"onu show", &ControlCommands::showOnu},
         {"onu remove", &ControlCommands::removeOnu},
         {"onu reset", &ControlCommands::resetOnu},
         {"onu vlan", &ControlCommands::setOnuVlan},
-        {"port vlan", &ControlCommands::setPortVlan},
-        {"port vlan remove", &ControlCommands::removePortVlan},
-        {"send", &ControlCommands::sendRaw},
+        {"alarm list", &ControlCommands::listAlarms},
+        {"alarm history", &ControlCommands::listAlarmHistory},
+        {"optics", &ControlCommands::listOptics},
+        {"events", &ControlCommands::listEvents},
     }};
     return entries;
 }
 
-ControlCommands::ControlCommands(const SlotConfiguration& slots, Inventory& knownInventory,
-                                 const Counters& eventCounters, CommandDispatch& commandDispatch)
-    : configuration(slots),
-      inventory(knownInventory),
-      counters(eventCounters),
-      dispatch(commandDispatch) {}
+ControlCommands::ControlCommands(const Parts& usedParts) : parts(usedParts) {}
 
 std::string ControlCommands::answer(const std::string& request) {
     OrderedJson result = OrderedJson::object();
     try {
         result = carryOut(parseJson(request));
     } catch (const std::runtime_error& error) {
+        result = OrderedJson::object();
         result["error"] = error.what();
     }
     return printJson(result);
@@ -86,69 +90,13 @@ OrderedJson ControlCommands::carryOut(const Json& request) {
 }
 
 OrderedJson ControlCommands::status(const Json&) {
-    return counters.toJson();
-}
-
-OrderedJson ControlCommands::listCards(const Json&) {
-    return toJson(inventory.cards());
-}
-
-OrderedJson ControlCommands::listOnus(const Json& request) {
-    return toJson(inventory.onus(optionalSlot(request)));
-}
-
-OrderedJson ControlCommands::enableSlot(const Json& request) {
-    return send({slotMessage("/slot/enable", request)});
-}
-
-OrderedJson ControlCommands::disableSlot(const Json& request) {
-    return send({slotMessage("/slot/disable", request)});
-}
-
-OrderedJson ControlCommands::resetSlot(const Json& request) {
-    return send({slotMessage("/slot/reset", request)});
-}
-
-OrderedJson ControlCommands::announce(const Json& request) {
-    if (stringMember(request, "slot") == "all") {
-        if (configuration.empty()) {
-            throw Failure("no slot is configured");
-        }
-        return send(addressMessages(configuration));
-    }
-    const int slot = parseSlot(stringMember(request, "slot"));
-    const auto address = configuration.find(slot);
-    if (address == configuration.end()) {
-        throw Failure("slot " + std::to_string(slot) +
-                      " has no address; configured are: " + listSlots(configuration));
-    }
-    return send(addressMessages(slot, address->second));
-}
-
-OrderedJson ControlCommands::removeOnu(const Json& request) {
-    auto result = send({onuMessage("/slot/onu/remove", request)});
-    // The daemon reports nothing about a removed ONU; one that is still there it reports as new.
-    inventory.removeOnu(parseMacAddress(stringMember(request, "mac")));
+    auto result = parts.counters.toJson();
+    result["database"] = toJson(parts.store.status());
     return result;
 }
 
-OrderedJson ControlCommands::resetOnu(const Json& request) {
-    return send({onuMessage("/slot/onu/reset", request)});
-}
-
-OrderedJson ControlCommands::setOnuVlan(const Json& request) {
-    auto message = onuMessage("/slot/onu/set/vlanid", request);
-    message.data.emplace_back("vlan_id", parseVlan(stringMember(request, "vlan")));
-    return send({message});
-}
-
-OrderedJson ControlCommands::setPortVlan(const Json& request) {
-    return send({portMessage(request, parseVlan(stringMember(request, "vlan")))});
-}
-
-OrderedJson ControlCommands::removePortVlan(const Json& request) {
-    // An empty VLAN makes the daemon delete the port's rules and set none.
-    return send({portMessage(request, "")});
+OrderedJson ControlCommands::listCards(const Json&) {
+    return toJson(parts.state.inventory.cards());
 }
 
 OrderedJson ControlCommands::sendRaw(const Json& request) {
@@ -166,36 +114,21 @@ OrderedJson ControlCommands::sendRaw(const Json& request) {
 }
 
 OrderedJson ControlCommands::send(const std::vector<Message>& messages) {
-    dispatch.sendNow(messages);
-    OrderedJson result = OrderedJson::object();
-    result["sent"] = OrderedJson::array();
-    for (const auto& message : messages) {
-        result["sent"].push_back(describe(message));
+    parts.dispatch.sendNow(messages);
+    return describe(messages);
+}
+
+OrderedJson ControlCommands::sendChange(const std::vector<Message>& messages) {
+    parts.store.wake();
+    if (parts.dispatch.sendPatientlyAndLook(messages)) {
+        return describe(messages);
     }
+    auto result = describe(std::vector<Message>{});
+    result["stored"] = true;
+    result["note"] =
+        "the daemon hasn't taken it yet; it is tried again for some seconds, and a daemon that "
+        "starts asks for all addresses";
     return result;
-}
-
-Message ControlCommands::onuMessage(const std::string& uri, const Json& request) const {
-    const auto macAddress = parseMacAddress(stringMember(request, "mac"));
-    auto slot = optionalSlot(request);
-    if (!slot) {
-        const auto onu = inventory.findOnu(macAddress);
-        slot = onu ? onu->slot : std::nullopt;
-    }
-    if (!slot) {
-        throw Failure("the slot of the ONU " + macAddress + " isn't known; give it with --slot");
-    }
-    return {uri, {{"slot_id", std::to_string(*slot)}, {"mac_address", macAddress}}};
-}
-
-Message ControlCommands::portMessage(const Json& request, const std::string& vlan) const {
-    const auto address = parsePortAddress(stringMember(request, "port"));
-    const bool discard = stringMember(request, "discard_untagged") == "1";
-    return {"/olt/vlan",
-            {{"slot_id", std::to_string(address.slot)},
-             {"pon_number", std::to_string(address.port)},
-             {"vlan_id", vlan},
-             {"discard_untagged", discard ? "1" : "0"}}};
 }
 
 }  // namespace ponmgr::dbman

@@ -19,6 +19,11 @@ class NotRunning : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Ctrl-C or SIGTERM ended the wait for an answer.
+class Cancelled : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 /// A message from the daemon that can't be understood; the text says what is wrong with it.
 class MalformedMessage : public std::runtime_error {
     using std::runtime_error::runtime_error;

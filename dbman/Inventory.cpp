@@ -49,9 +49,37 @@ Inventory::Inventory(const SlotConfiguration& configuration) {
     }
 }
 
+void Inventory::load(const std::vector<Card>& cards, const std::vector<Onu>& onus) {
+    const std::lock_guard lock(mutex);
+    for (const auto& card : cards) {
+        auto& known = cardsBySlot[card.slot];
+        const SlotAddress address{known.address, known.source};
+        known = card;
+        known.address = address.card;
+        known.source = address.source;
+    }
+    for (const auto& onu : onus) {
+        onusByMacAddress[onu.macAddress] = onu;
+    }
+}
+
+void Inventory::setAddress(int slot, const std::optional<SlotAddress>& address) {
+    const std::lock_guard lock(mutex);
+    auto& card = cardsBySlot[slot];
+    card.slot = slot;
+    card.address = address ? address->card : std::string();
+    card.source = address ? address->source : std::string();
+    if (!address && card.state != State::unknown) {
+        card.state = State::unknown;
+        card.record.erase(kOnlineStatus);
+        changedCards.insert(slot);
+    }
+}
+
 void Inventory::setAllCardsOffline() {
     const std::lock_guard lock(mutex);
     for (auto& [slot, card] : cardsBySlot) {
+        changedCards.insert(slot);
         card.state = State::offline;
         card.record[kOnlineStatus] = "0";
     }
@@ -61,6 +89,7 @@ void Inventory::setOnusOffline(std::optional<int> slot) {
     const std::lock_guard lock(mutex);
     for (auto& [macAddress, onu] : onusByMacAddress) {
         if (!slot || onu.slot == slot) {
+            noteChange(macAddress);
             onu.state = State::offline;
             onu.record[kOnlineStatus] = "0";
         }
@@ -78,12 +107,13 @@ void Inventory::updateCard(int slot, const Record& record, std::vector<Record> m
         card.moduleOltTable = std::move(moduleOltTable);
     }
     card.lastReport = time;
+    changedCards.insert(slot);
 }
 
 bool Inventory::updateOnu(const std::string& macAddress, std::optional<int> slot,
                           const Record& record, Time time) {
     const std::lock_guard lock(mutex);
-    if (onusByMacAddress.size() >= kMaximumOnus && !onusByMacAddress.contains(macAddress)) {
+    if (!makeRoomFor(macAddress)) {
         return false;
     }
     auto& onu = onusByMacAddress[macAddress];
@@ -92,11 +122,33 @@ bool Inventory::updateOnu(const std::string& macAddress, std::optional<int> slot
     onu.state = stateOf(record, onu.state);
     merge(onu.record, record);
     onu.lastReport = time;
+    noteChange(macAddress);
+    return true;
+}
+
+bool Inventory::makeRoomFor(const std::string& macAddress) {
+    if (onusByMacAddress.size() < kMaximumOnus || onusByMacAddress.contains(macAddress)) {
+        return true;
+    }
+    auto oldest = onusByMacAddress.end();
+    for (auto onu = onusByMacAddress.begin(); onu != onusByMacAddress.end(); ++onu) {
+        if (onu->second.state == State::offline &&
+            (oldest == onusByMacAddress.end() ||
+             onu->second.lastReport < oldest->second.lastReport)) {
+            oldest = onu;
+        }
+    }
+    if (oldest == onusByMacAddress.end()) {
+        return false;
+    }
+    noteChange(oldest->first);
+    onusByMacAddress.erase(oldest);
     return true;
 }
 
 bool Inventory::removeOnu(const std::string& macAddress) {
     const std::lock_guard lock(mutex);
+    noteChange(macAddress);
     return onusByMacAddress.erase(macAddress) > 0;
 }
 
@@ -107,6 +159,12 @@ std::vector<Card> Inventory::cards() const {
         result.push_back(card);
     }
     return result;
+}
+
+std::optional<Card> Inventory::findCard(int slot) const {
+    const std::lock_guard lock(mutex);
+    const auto found = cardsBySlot.find(slot);
+    return found == cardsBySlot.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::vector<Onu> Inventory::onus(std::optional<int> slot) const {
@@ -124,6 +182,60 @@ std::optional<Onu> Inventory::findOnu(const std::string& macAddress) const {
     const std::lock_guard lock(mutex);
     const auto found = onusByMacAddress.find(macAddress);
     return found == onusByMacAddress.end() ? std::nullopt : std::optional(found->second);
+}
+
+InventoryChanges Inventory::takeChanges() {
+    const std::lock_guard lock(mutex);
+    InventoryChanges changes;
+    for (const int slot : changedCards) {
+        changes.cards.push_back(cardsBySlot.at(slot));
+    }
+    changes.allOnus = allOnusChanged;
+    if (allOnusChanged) {
+        for (const auto& [macAddress, onu] : onusByMacAddress) {
+            changes.onus.push_back(onu);
+        }
+    }
+    for (const auto& macAddress : changedOnus) {
+        const auto found = onusByMacAddress.find(macAddress);
+        if (found == onusByMacAddress.end()) {
+            changes.removedOnus.push_back(macAddress);
+        } else {
+            changes.onus.push_back(found->second);
+        }
+    }
+    changedCards.clear();
+    changedOnus.clear();
+    allOnusChanged = false;
+    return changes;
+}
+
+void Inventory::markChanged(const InventoryChanges& changes) {
+    const std::lock_guard lock(mutex);
+    for (const auto& card : changes.cards) {
+        changedCards.insert(card.slot);
+    }
+    if (changes.allOnus) {
+        changedOnus.clear();
+        allOnusChanged = true;
+    }
+    for (const auto& macAddress : changes.removedOnus) {
+        noteChange(macAddress);
+    }
+    for (const auto& onu : changes.onus) {
+        noteChange(onu.macAddress);
+    }
+}
+
+void Inventory::noteChange(const std::string& macAddress) {
+    if (!allOnusChanged) {
+        changedOnus.insert(macAddress);
+    }
+    // Removed ones count too, and nobody bounds those while the changes aren't taken.
+    if (changedOnus.size() > 2 * kMaximumOnus) {
+        changedOnus.clear();
+        allOnusChanged = true;
+    }
 }
 
 }  // namespace ponmgr::dbman

@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -12,15 +13,31 @@
 
 namespace ponmgr::dbman {
 
+struct InventoryChanges {
+    std::vector<Card> cards;
+    std::vector<Onu> onus;
+    std::vector<std::string> removedOnus;
+    /// `onus` are all there are.
+    bool allOnus = false;
+};
+
 /// What is known of the cards and the ONUs behind them. Every function may be called on any thread;
 /// what is returned is a copy.
 class Inventory {
 public:
-    /// More ONUs than eight cards can have; past this number reports of further ones are refused.
+    /// More ONUs than eight cards can have. Past this number a further one takes the place of the
+    /// off-line one that was reported longest ago; it is refused when there is none.
     static constexpr std::size_t kMaximumOnus = 4096;
 
     /// Begins with one card of unknown state for each configured slot.
     explicit Inventory(const SlotConfiguration& configuration);
+
+    /// Takes over what a former run has known; it counts as unchanged.
+    void load(const std::vector<Card>& cards, const std::vector<Onu>& onus);
+
+    /// A slot's card has this address from now on; without one, nobody watches the card any more
+    /// and its state is unknown.
+    void setAddress(int slot, const std::optional<SlotAddress>& address);
 
     void setAllCardsOffline();
 
@@ -43,16 +60,31 @@ public:
     /// By slot.
     std::vector<Card> cards() const;
 
+    std::optional<Card> findCard(int slot) const;
+
     /// By MAC address; all, or those of one slot.
     std::vector<Onu> onus(std::optional<int> slot) const;
 
     std::optional<Onu> findOnu(const std::string& macAddress) const;
 
+    /// What was changed since the last call, addresses aside.
+    InventoryChanges takeChanges();
+
+    /// Has these count as changed again.
+    void markChanged(const InventoryChanges& changes);
+
 private:
+    // Both need the mutex.
+    void noteChange(const std::string& macAddress);
+    bool makeRoomFor(const std::string& macAddress);
+
     mutable std::mutex mutex;
-    // Guarded by mutex.
+    // Guarded by mutex. A changed ONU that isn't there was removed.
     std::map<int, Card> cardsBySlot;
     std::map<std::string, Onu> onusByMacAddress;
+    std::set<int> changedCards;
+    std::set<std::string> changedOnus;
+    bool allOnusChanged = false;
 };
 
 }  // namespace ponmgr::dbman

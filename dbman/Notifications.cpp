@@ -5,7 +5,7 @@
 
 #include "dbman/Arguments.h"
 #include "dbman/Errors.h"
-#include "dbman/Message.h"
+#include "dbman/OpticLevels.h"
 #include "dbman/Text.h"
 
 namespace ponmgr::dbman {
@@ -18,8 +18,13 @@ constexpr std::size_t kMaximumKeyBytes = 128;
 constexpr std::size_t kMaximumValueBytes = 4096;
 constexpr std::size_t kMaximumModuleRows = 2;
 constexpr std::size_t kMaximumAlarmsShown = 256;
+constexpr std::size_t kMaximumAlarmTextBytes = 256;
 constexpr std::size_t kShownValueBytes = 80;
 constexpr std::size_t kShownMessageBytes = 160;
+
+// What the "state" of an alarm may be.
+constexpr auto kRaised = "On";
+constexpr auto kCleared = "Off";
 
 constexpr std::array kCardKeys = {"online_status", "mac_address", "app_version", "nvs_enabled"};
 
@@ -103,12 +108,12 @@ std::string alarmLine(const Json& row) {
 
 const std::array<Notifications::Entry, 6>& Notifications::table() {
     static constexpr std::array<Entry, 6> entries = {{
-        {"/olt/set/all/offline", &Notifications::setAllCardsOffline},
-        {"/onu/set/all/offline", &Notifications::setOnusOffline},
-        {"/olt/get/all/ip", &Notifications::answerAllAddresses},
-        {"/olt/new", &Notifications::updateCard},
-        {"/onu/new", &Notifications::updateOnu},
-        {"/olt/alarm/new", &Notifications::showAlarms},
+        {"/olt/set/all/offline", EventKind::notification, &Notifications::setAllCardsOffline},
+        {"/onu/set/all/offline", EventKind::notification, &Notifications::setOnusOffline},
+        {"/olt/get/all/ip", EventKind::notification, &Notifications::answerAllAddresses},
+        {"/olt/new", EventKind::notification, &Notifications::updateCard},
+        {"/onu/new", EventKind::notification, &Notifications::updateOnu},
+        {"/olt/alarm/new", EventKind::alarm, &Notifications::takeAlarms},
     }};
     return entries;
 }
@@ -121,52 +126,66 @@ std::vector<std::string_view> Notifications::uris() {
     return result;
 }
 
-Notifications::Notifications(Inventory& knownInventory, Counters& eventCounters, Output& lineOutput,
-                             std::function<void()> answer)
-    : inventory(knownInventory),
+Notifications::Notifications(CurrentState& currentState, Counters& eventCounters,
+                             Output& lineOutput, KeepRow keepRow, std::function<void()> answer)
+    : state(currentState),
       counters(eventCounters),
       output(lineOutput),
+      keep(std::move(keepRow)),
       answerAddresses(std::move(answer)) {}
 
 void Notifications::handle(const std::string& text) {
+    NotificationRow row;
+    row.bytes = text.size();
+    row.raw = cutText(text, NotificationRow::kMaximumRawBytes);
     try {
         const auto notification = parseNotification(text);
-        const auto entry = std::find_if(table().begin(), table().end(), [&](const Entry& row) {
-            return row.uri == notification.uri;
-        });
-        if (entry == table().end()) {
-            counters.countUnknown();
-            output.note("unknown uri \"" + printable(notification.uri, kShownValueBytes) +
-                        "\": " + printable(text, kShownMessageBytes));
-            return;
-        }
-        const auto lines = (this->*entry->handler)(notification.data);
-        counters.countNotification(entry->uri);
-        for (const auto& line : lines) {
-            output.note(std::string(entry->uri) + " " + line);
-        }
+        row.uri = cutText(notification.uri, kMaximumKeyBytes);
+        row.verdict = carryOut(notification, text);
     } catch (const MalformedMessage& error) {
-        showMalformed(error.what(), text);
+        countMalformed(error.what(), text);
+        row.verdict = error.what();
     }
+    row.time = output.now();
+    keep(std::move(row));
 }
 
-void Notifications::showMalformed(const std::string& why, const std::string& text) {
+std::string Notifications::carryOut(const Notification& notification, const std::string& text) {
+    const auto entry = std::find_if(table().begin(), table().end(),
+                                    [&](const Entry& row) { return row.uri == notification.uri; });
+    if (entry == table().end()) {
+        counters.countUnknown();
+        output.note(EventKind::warning, "unknown uri \"" +
+                                            printable(notification.uri, kShownValueBytes) +
+                                            "\": " + printable(text, kShownMessageBytes));
+        return "unknown";
+    }
+    const auto lines = (this->*entry->handler)(notification.data);
+    counters.countNotification(entry->uri);
+    for (const auto& line : lines) {
+        output.note(entry->kind, std::string(entry->uri) + " " + line);
+    }
+    return "ok";
+}
+
+void Notifications::countMalformed(const std::string& why, const std::string& text) {
     counters.countMalformed();
-    output.note("malformed message (" + why + "): " + printable(text, kShownMessageBytes));
+    output.note(EventKind::warning,
+                "malformed message (" + why + "): " + printable(text, kShownMessageBytes));
 }
 
 Notifications::Lines Notifications::setAllCardsOffline(const Json&) {
-    inventory.setAllCardsOffline();
+    state.inventory.setAllCardsOffline();
     return {"all cards off-line"};
 }
 
 Notifications::Lines Notifications::setOnusOffline(const Json& data) {
     if (!data.contains("slot_id")) {
-        inventory.setOnusOffline(std::nullopt);
+        state.inventory.setOnusOffline(std::nullopt);
         return {"all ONUs off-line"};
     }
     const int slot = slotOf(data);
-    inventory.setOnusOffline(slot);
+    state.inventory.setOnusOffline(slot);
     return {"slot " + std::to_string(slot) + " all its ONUs off-line"};
 }
 
@@ -177,32 +196,61 @@ Notifications::Lines Notifications::answerAllAddresses(const Json&) {
 
 Notifications::Lines Notifications::updateCard(const Json& data) {
     const int slot = slotOf(data);
-    inventory.updateCard(slot, cardRecordOf(data), moduleOltTableOf(data), output.now());
+    const auto before = state.inventory.findCard(slot);
+    state.inventory.updateCard(slot, cardRecordOf(data), moduleOltTableOf(data), output.now());
+    if (const auto card = state.inventory.findCard(slot)) {
+        keepModuleLevels(before, *card);
+    }
     return {"slot " + std::to_string(slot) + " " + onlineText(data) + " mac " +
             shown(data, "mac_address") + " app " + shown(data, "app_version")};
+}
+
+void Notifications::keepModuleLevels(const std::optional<Card>& before, const Card& card) {
+    const auto macAddress = valueOf(card.record, "mac_address");
+    for (std::size_t port = 0; port < card.moduleOltTable.size() && !macAddress.empty(); ++port) {
+        auto levels = moduleLevels(card.moduleOltTable[port]);
+        const bool known = before && port < before->moduleOltTable.size() &&
+                           moduleLevels(before->moduleOltTable[port]) == levels;
+        if (!known && hasReading(levels)) {
+            keep(OpticsSample{output.now(), macAddress, card.slot, std::to_string(port),
+                              std::move(levels)});
+        }
+    }
 }
 
 Notifications::Lines Notifications::updateOnu(const Json& data) {
     const auto macAddress = macAddressOf(data);
     const auto slot = onuSlotOf(data);
-    if (!inventory.updateOnu(macAddress, slot, recordOf(data), output.now())) {
+    const auto before = state.inventory.findOnu(macAddress);
+    if (!state.inventory.updateOnu(macAddress, slot, recordOf(data), output.now())) {
         throw MalformedMessage("one ONU more than " + std::to_string(Inventory::kMaximumOnus));
+    }
+    if (const auto onu = state.inventory.findOnu(macAddress)) {
+        auto levels = onuLevels(onu->record);
+        if (hasReading(levels) && (!before || onuLevels(before->record) != levels)) {
+            keep(OpticsSample{output.now(), macAddress, onu->slot, valueOf(onu->record, "pon_port"),
+                              std::move(levels)});
+        }
     }
     const auto alarms = printable(stringMember(data, "alarm_message"), kShownValueBytes);
     return {macAddress + " slot " + shown(data, "slot_id") + " port " + shown(data, "pon_port") +
             " " + onlineText(data) + (alarms.empty() ? "" : " alarms " + alarms)};
 }
 
-Notifications::Lines Notifications::showAlarms(const Json& data) {
+Notifications::Lines Notifications::takeAlarms(const Json& data) {
     const auto list = data.find("alarm_list");
     if (list == data.end() || !list->is_array()) {
         throw MalformedMessage("no array \"alarm_list\"");
     }
-    Lines lines;
     for (const auto& row : *list) {
         if (!row.is_object()) {
             throw MalformedMessage("an alarm isn't an object");
         }
+    }
+    Lines lines;
+    std::size_t refused = 0;
+    for (const auto& row : *list) {
+        refused += takeAlarm(row) ? 0 : 1;
         if (lines.size() < kMaximumAlarmsShown) {
             lines.push_back(alarmLine(row));
         }
@@ -210,7 +258,32 @@ Notifications::Lines Notifications::showAlarms(const Json& data) {
     if (list->size() > lines.size()) {
         lines.push_back("and " + std::to_string(list->size() - lines.size()) + " more alarms");
     }
+    if (refused > 0) {
+        counters.countMalformed();
+        lines.push_back(std::to_string(refused) + " of them changed no alarm state");
+    }
     return lines.empty() ? Lines{"no alarm"} : lines;
+}
+
+bool Notifications::takeAlarm(const Json& row) {
+    AlarmEvent event;
+    event.time = output.now();
+    event.key.resource = cutText(stringMember(row, "label"), kMaximumAlarmTextBytes);
+    event.key.alarm = cutText(stringMember(row, "alarm"), kMaximumAlarmTextBytes);
+    event.datetime = cutText(stringMember(row, "datetime"), kMaximumAlarmTextBytes);
+    const auto told = stringMember(row, "state");
+    event.isRaised = told == kRaised;
+    try {
+        event.key.slot = parseSlot(stringMember(row, "slot_id"));
+    } catch (const ArgumentError&) {
+        return false;
+    }
+    if (event.key.alarm.empty() || (!event.isRaised && told != kCleared) ||
+        !state.alarms.report(event.key, event.isRaised, event.time)) {
+        return false;
+    }
+    keep(std::move(event));
+    return true;
 }
 
 }  // namespace ponmgr::dbman

@@ -9,18 +9,30 @@ namespace ponmgr::dbman {
 Output::Output(std::ostream& outputStream, bool beQuiet, Clock timeSource)
     : quiet(beQuiet), clock(std::move(timeSource)), stream(outputStream) {}
 
-void Output::note(const std::string& line) {
-    if (!quiet) {
-        warn(line);
-    }
+void Output::setListener(Listener lineListener) {
+    listener = std::move(lineListener);
 }
 
-void Output::warn(const std::string& line) {
-    write(formatUtc(now()) + " " + line);
+void Output::note(EventKind kind, const std::string& line) {
+    show(kind, line, quiet);
+}
+
+void Output::warn(const std::string& line, EventKind kind) {
+    show(kind, line, false);
 }
 
 void Output::announce(const std::string& line) {
     write(line);
+}
+
+void Output::show(EventKind kind, const std::string& line, bool hidden) {
+    const auto time = now();
+    if (!hidden) {
+        write(formatUtc(time) + " " + line);
+    }
+    if (listener) {
+        listener(time, kind, line);
+    }
 }
 
 void Output::write(const std::string& line) {

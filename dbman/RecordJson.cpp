@@ -14,11 +14,61 @@ OrderedJson toJson(const Record& record) {
     return json;
 }
 
+std::string timeText(const std::optional<Time>& time) {
+    return time ? formatUtc(*time) : std::string();
+}
+
+OrderedJson toJson(const Slot& slot) {
+    OrderedJson json = OrderedJson::object();
+    json["slot_id"] = std::to_string(slot.number);
+    json["ip_address"] = slot.address.card;
+    json["source_address"] = slot.address.source;
+    json["wanted"] = toText(slot.wanted);
+    return json;
+}
+
+OrderedJson keyJson(const AlarmKey& key) {
+    OrderedJson json = OrderedJson::object();
+    json["slot_id"] = std::to_string(key.slot);
+    json["resource"] = key.resource;
+    json["alarm"] = key.alarm;
+    return json;
+}
+
+OrderedJson toJson(const AlarmState& state) {
+    auto json = keyJson(state.key);
+    json["state"] = alarmStateText(state.isRaised);
+    json["raised"] = timeText(state.raised);
+    json["cleared"] = timeText(state.cleared);
+    json["count"] = state.count;
+    json["last_change"] = formatUtc(state.lastChange);
+    return json;
+}
+
+OrderedJson toJson(const AlarmEvent& event) {
+    OrderedJson json = OrderedJson::object();
+    json["id"] = event.id;
+    json["time"] = formatUtc(event.time);
+    json.update(keyJson(event.key));
+    json["state"] = alarmStateText(event.isRaised);
+    json["datetime"] = event.datetime;
+    return json;
+}
+
+OrderedJson toJson(const Event& event) {
+    OrderedJson json = OrderedJson::object();
+    json["id"] = event.id;
+    json["time"] = formatUtc(event.time);
+    json["kind"] = toText(event.kind);
+    json["text"] = event.text;
+    return json;
+}
+
 template <typename Item>
 OrderedJson listOf(const char* name, const std::vector<Item>& items) {
     OrderedJson list = OrderedJson::array();
     for (const auto& item : items) {
-        list.push_back(dbman::toJson(item));
+        list.push_back(toJson(item));
     }
     OrderedJson json = OrderedJson::object();
     json[name] = std::move(list);
@@ -40,7 +90,7 @@ OrderedJson toJson(const Card& card) {
     for (const auto& row : card.moduleOltTable) {
         json["module_olt_table"].push_back(toJson(row));
     }
-    json["last_report"] = card.lastReport ? formatUtc(*card.lastReport) : std::string();
+    json["last_report"] = timeText(card.lastReport);
     return json;
 }
 
@@ -64,6 +114,42 @@ OrderedJson toJson(const std::vector<Card>& cards) {
 
 OrderedJson toJson(const std::vector<Onu>& onus) {
     return listOf("onus", onus);
+}
+
+OrderedJson toJson(const std::vector<Slot>& slots) {
+    return listOf("slots", slots);
+}
+
+OrderedJson toJson(const std::vector<AlarmState>& states) {
+    return listOf("alarms", states);
+}
+
+OrderedJson toJson(const std::vector<AlarmEvent>& events) {
+    return listOf("events", events);
+}
+
+OrderedJson toJson(const OpticsSample& sample) {
+    OrderedJson json = OrderedJson::object();
+    json["time"] = formatUtc(sample.time);
+    json["port"] = sample.port;
+    json.update(toJson(sample.levels));
+    return json;
+}
+
+OrderedJson toJson(const std::vector<Event>& events) {
+    return listOf("events", events);
+}
+
+OrderedJson toJson(const StoreStatus& status) {
+    OrderedJson json = OrderedJson::object();
+    json["file"] = status.file;
+    json["size_bytes"] = status.sizeBytes;
+    json["schema"] = status.schema;
+    json["last_commit"] = timeText(status.lastCommit);
+    json["waiting_writes"] = status.waitingWrites;
+    json["lost_writes"] = status.lostWrites;
+    json["error"] = status.error;
+    return json;
 }
 
 }  // namespace ponmgr::dbman

@@ -12,19 +12,33 @@ Server::Server(ServeOptions serveOptions, std::ostream& stream)
     : options(std::move(serveOptions)),
       output(stream, options.quiet),
       counters(Notifications::uris()),
-      inventory(options.configuration),
+      events(output.now()),
+      store(
+          options.store, state, [this] { return output.now(); },
+          [this](const std::string& line) { output.warn(line); }),
       sender(options.senderTiming),
-      dispatch(sender, counters, output, options.commandTiming),
-      notifications(inventory, counters, output,
-                    [this] { dispatch.sendPatiently(addressMessages(options.configuration)); }),
-      commands(options.configuration, inventory, counters, dispatch),
-      receiver([this](const std::string& text) { notifications.handle(text); },
-               [this](const std::string& error) {
-                   counters.countLinkError();
-                   output.warn("link error: " + error);
-               }),
+      dispatch(
+          sender, counters, output, [this](HistoryRow row) { store.post(std::move(row)); },
+          options.commandTiming),
+      notifications(
+          state, counters, output, [this](HistoryRow row) { store.post(std::move(row)); },
+          [this] { dispatch.sendPatiently(addressMessages(state.slots.configuration())); }),
+      commands({state, events, counters, output, dispatch, store}),
+      receiver(
+          [this](const std::string& text) {
+              store.waitForRoom();
+              notifications.handle(text);
+          },
+          [this](const std::string& error) {
+              counters.countLinkError();
+              output.warn("link error: " + error);
+          }),
       control(options.controlPath,
-              [this](const std::string& line) { return commands.answer(line); }) {}
+              [this](const std::string& line) { return commands.answer(line); }) {
+    output.setListener([this](Time time, EventKind kind, const std::string& line) {
+        store.post(events.add(time, kind, line));
+    });
+}
 
 Server::~Server() {
     stop();
@@ -37,12 +51,37 @@ void Server::start() {
         throw Failure(std::string(error.what()) + " (is another dbman running?)");
     }
     control.listen();
-    output.announce(std::string("dbman ready: notifications at ") + kNotificationPath +
-                    ", commands to " + kCommandPath + ", control at " + options.controlPath +
-                    ", slots " + listSlots(options.configuration));
+    loadState();
+    output.announce(readyLine());
+    store.start();
     sender.start();
     receiver.start();
     control.start();
+}
+
+void Server::loadState() {
+    const auto stored = store.open();
+    areSlotsIgnored = options.areSlotsGiven && !stored.slots.empty();
+    if (stored.slots.empty()) {
+        state.slots.configure(options.configuration);
+    } else {
+        state.slots.load(stored.slots);
+    }
+    for (const auto& [slot, address] : state.slots.configuration()) {
+        state.inventory.setAddress(slot, address);
+    }
+    state.inventory.load(stored.cards, stored.onus);
+    state.alarms.load(stored.alarms);
+    events.load(stored.events);
+    // Slots that were configured right now.
+    store.wake();
+}
+
+std::string Server::readyLine() const {
+    return std::string("dbman ready: notifications at ") + kNotificationPath + ", commands to " +
+           kCommandPath + ", control at " + options.controlPath + ", database " +
+           options.store.file + ", slots " + listSlots(state.slots.configuration()) +
+           (areSlotsIgnored ? " of the database (the slot options count only for a new one)" : "");
 }
 
 void Server::stop() {
@@ -50,6 +89,7 @@ void Server::stop() {
     // Lets a client's request go that waits for the daemon, so that the control thread can end.
     sender.stop();
     control.stop();
+    store.stop();
 }
 
 void serveUntilSignal(const ServeOptions& options, std::ostream& stream) {

@@ -8,16 +8,22 @@
 #include "dbman/ControlCommands.h"
 #include "dbman/ControlServer.h"
 #include "dbman/Counters.h"
-#include "dbman/Inventory.h"
+#include "dbman/CurrentState.h"
+#include "dbman/EventLog.h"
 #include "dbman/NotificationReceiver.h"
 #include "dbman/Notifications.h"
 #include "dbman/Output.h"
 #include "dbman/SlotConfiguration.h"
+#include "dbman/store/Store.h"
 
 namespace ponmgr::dbman {
 
 struct ServeOptions {
+    /// For a database that has just been made; one that was used before has its own.
     SlotConfiguration configuration;
+    /// Somebody has given them, and wants to know when they don't count.
+    bool areSlotsGiven = false;
+    Store::Options store;
     std::string controlPath;
     /// Shows only what goes wrong.
     bool quiet = false;
@@ -35,26 +41,34 @@ public:
     /// Stops.
     ~Server();
 
-    /// Listens for the daemon and for clients, says so with the line "dbman ready: ...", and starts
-    /// to work. Throws Failure when one of the two isn't possible.
+    /// Listens for the daemon and for clients, takes over what the database holds, says so with the
+    /// line "dbman ready: ...", and starts to work. Throws Failure when one of these isn't
+    /// possible.
     void start();
 
-    /// Ends all threads and removes both sockets.
+    /// Ends all threads, removes both sockets and closes the database.
     void stop();
 
 private:
+    void loadState();
+    std::string readyLine() const;
+
     // Constant after construction.
     const ServeOptions options;
     // Each synchronises itself. In the order in which they need one another.
     Output output;
     Counters counters;
-    Inventory inventory;
+    CurrentState state;
+    EventLog events;
+    Store store;
     CommandSender sender;
     CommandDispatch dispatch;
     Notifications notifications;
     ControlCommands commands;
     NotificationReceiver receiver;
     ControlServer control;
+    // Set by start().
+    bool areSlotsIgnored = false;
 };
 
 /// Runs a Server until SIGINT or SIGTERM. Throws Failure when it can't start.

@@ -1,7 +1,10 @@
 #include "dbman/Views.h"
 
+#include <array>
 #include <vector>
 
+#include "dbman/Columns.h"
+#include "dbman/FitText.h"
 #include "dbman/Message.h"
 #include "dbman/Table.h"
 #include "dbman/Text.h"
@@ -10,23 +13,23 @@ namespace ponmgr::dbman {
 
 namespace {
 
-constexpr std::size_t kShownMessageBytes = 400;
+constexpr std::size_t kShownLineBytes = 400;
 
-struct Column {
-    const char* header;
-    const char* key;
-    /// "1" is shown as "yes" and "0" as "no".
-    bool isBoolean = false;
+constexpr std::array kSlotColumns = {
+    Column{"slot", "slot_id"},
+    Column{"address", "ip_address"},
+    Column{"source", "source_address"},
+    Column{"wanted", "wanted"},
 };
 
 constexpr std::array kCardColumns = {
     Column{"slot", "slot_id"},
-    Column{"address", "ip_address"},
+    Column{"address", "ip_address", 1},
     Column{"state", "state"},
-    Column{"MAC", "mac_address"},
-    Column{"firmware", "app_version"},
-    Column{"NVS", "nvs_enabled", true},
-    Column{"last report", "last_report"},
+    Column{"MAC", "mac_address", 2},
+    Column{"firmware", "app_version", 3},
+    Column{"NVS", "nvs_enabled", 5, true},
+    Column{"last report", "last_report", 4},
 };
 
 constexpr std::array kOnuColumns = {
@@ -34,12 +37,24 @@ constexpr std::array kOnuColumns = {
     Column{"slot", "slot_id"},
     Column{"port", "pon_port"},
     Column{"state", "state"},
-    Column{"provisioned", "is_gigabit", true},
-    Column{"ethernet", "ether_up_status", true},
-    Column{"power in", "tx_power_input"},
-    Column{"power out", "tx_power_output"},
-    Column{"alarms", "alarm_message"},
-    Column{"last report", "last_report"},
+    Column{"provisioned", "is_gigabit", 6, true},
+    Column{"ethernet", "ether_up_status", 4, true},
+    Column{"power in", "tx_power_input", 1},
+    Column{"power out", "tx_power_output", 3},
+    Column{"alarms", "alarm_message", 2},
+    Column{"last report", "last_report", 5},
+};
+
+constexpr std::array kAlarmColumns = {
+    Column{"slot", "slot_id"},     Column{"resource", "resource"},
+    Column{"alarm", "alarm"},      Column{"state", "state"},
+    Column{"raised", "raised", 1}, Column{"cleared", "cleared", 2},
+    Column{"count", "count", 3},   Column{"last change", "last_change", 4},
+};
+
+constexpr std::array kHistoryColumns = {
+    Column{"time", "time"},   Column{"slot", "slot_id", 1}, Column{"resource", "resource"},
+    Column{"alarm", "alarm"}, Column{"state", "state"},     Column{"card's time", "datetime", 2},
 };
 
 constexpr std::array kStatusRows = {
@@ -48,72 +63,102 @@ constexpr std::array kStatusRows = {
     Column{"commands sent", "commands_sent"},      Column{"commands failed", "commands_failed"},
 };
 
-std::string cellOf(const Json& item, const Column& column) {
-    auto value = stringMember(item, column.key);
-    if (column.isBoolean && (value == "1" || value == "0")) {
-        return value == "1" ? "yes" : "no";
-    }
-    return value;
-}
-
-template <typename Columns>
-std::string viewList(const Json& answer, const char* name, const Columns& columns) {
-    std::vector<std::string> headers;
-    headers.reserve(columns.size());
-    for (const auto& column : columns) {
-        headers.emplace_back(column.header);
-    }
-    Table table(std::move(headers));
-    const Json list = answer.value(name, Json::array());
-    for (const auto& item : list) {
-        std::vector<std::string> cells;
-        cells.reserve(columns.size());
-        for (const auto& column : columns) {
-            cells.push_back(cellOf(item, column));
-        }
-        table.addRow(std::move(cells));
-    }
-    return table.text();
-}
-
-std::string numberOf(const Json& json, const std::string& key) {
-    return json.contains(key) ? printJson(json[key]) : "";
-}
+constexpr std::array kDatabaseRows = {
+    Column{"database", "file"},
+    Column{"database bytes", "size_bytes"},
+    Column{"database schema", "schema"},
+    Column{"database last commit", "last_commit"},
+    Column{"database waiting writes", "waiting_writes"},
+    Column{"database lost writes", "lost_writes"},
+    Column{"database error", "error"},
+};
 
 }  // namespace
 
-std::string viewCards(const Json& answer) {
-    return viewList(answer, "cards", kCardColumns);
+std::string viewSlots(const Json& answer, const Screen& screen) {
+    return viewList(arrayOf(answer, "slots"), kSlotColumns, screen);
 }
 
-std::string viewOnus(const Json& answer) {
-    return viewList(answer, "onus", kOnuColumns);
+std::string viewCards(const Json& answer, const Screen& screen) {
+    return viewList(arrayOf(answer, "cards"), kCardColumns, screen);
 }
 
-std::string viewStatus(const Json& answer) {
-    Table table({"what", "count"});
-    for (const auto& row : kStatusRows) {
-        table.addRow({row.header, numberOf(answer, row.key)});
+std::string viewOnus(const Json& answer, const Screen& screen) {
+    return viewList(arrayOf(answer, "onus"), kOnuColumns, screen);
+}
+
+std::string viewAlarms(const Json& answer, const Screen& screen) {
+    return viewList(arrayOf(answer, "alarms"), kAlarmColumns, screen);
+}
+
+std::string viewAlarmHistory(const Json& answer, const Screen& screen) {
+    return viewList(arrayOf(answer, "events"), kHistoryColumns, screen);
+}
+
+std::string viewOnu(const Json& answer, const Screen& screen) {
+    Table record({std::string("what"), std::string("value")});
+    const Json onu = objectOf(answer, "onu");
+    for (const auto& member : onu.items()) {
+        record.addRow({member.key(), textOf(onu, member.key().c_str())});
     }
-    const Json notifications = answer.value("notifications", Json::object());
-    for (const auto& member : notifications.items()) {
-        table.addRow({member.key(), printJson(member.value())});
+    std::string text = record.text(screen.columns);
+    const Json optics = objectOf(answer, "optics");
+    if (!optics.empty()) {
+        Table levels({std::string("last reading"), std::string("value")});
+        for (const auto& member : optics.items()) {
+            levels.addRow({member.key(), textOf(optics, member.key().c_str())});
+        }
+        text += "\n" + levels.text(screen.columns);
     }
-    return table.text();
+    const Json alarms = arrayOf(answer, "alarms");
+    text += "\n" + (alarms.empty() ? "no active alarm\n" : viewAlarms(answer, screen));
+    return text;
 }
 
-std::string viewSent(const Json& answer) {
+std::string viewEvents(const Json& answer, const Screen&) {
     std::string text;
-    const Json list = answer.value("sent", Json::array());
+    const Json list = arrayOf(answer, "events");
+    for (const auto& event : list) {
+        const auto time = textOf(event, "time");
+        auto line = textOf(event, "text");
+        if (!time.empty() && !line.starts_with(time)) {
+            line.insert(0, 1, ' ').insert(0, time);
+        }
+        text += printable(line, kShownLineBytes) + "\n";
+    }
+    return text;
+}
+
+std::string viewStatus(const Json& answer, const Screen& screen) {
+    Table table({std::string("what"), std::string("count")});
+    for (const auto& row : kStatusRows) {
+        table.addRow({row.header, cellOf(answer, row)});
+    }
+    const Json notifications = objectOf(answer, "notifications");
+    for (const auto& member : notifications.items()) {
+        table.addRow({member.key(), textOf(notifications, member.key().c_str())});
+    }
+    if (answer.contains("database") && answer["database"].is_object()) {
+        for (const auto& row : kDatabaseRows) {
+            table.addRow({row.header, cellOf(answer["database"], row)});
+        }
+    }
+    return table.text(screen.columns);
+}
+
+std::string viewSent(const Json& answer, const Screen&) {
+    std::string text;
+    const Json list = arrayOf(answer, "sent");
     for (const auto& item : list) {
         Message message{stringMember(item, "uri"), {}};
-        const Json data = item.value("data", Json::object());
+        const Json data = objectOf(item, "data");
         for (const auto& member : data.items()) {
             message.data.emplace_back(member.key(), stringMember(data, member.key()));
         }
-        text += "sent " + printable(describeMessage(message), kShownMessageBytes) + "\n";
+        text += "sent " + printable(describeMessage(message), kShownLineBytes) + "\n";
     }
-    return text;
+    const auto note = stringMember(answer, "note");
+    return note.empty() ? text : text + printable(note, kShownLineBytes) + "\n";
 }
 
 }  // namespace ponmgr::dbman

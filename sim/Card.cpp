@@ -13,20 +13,68 @@ constexpr std::size_t kVendorInfoSize = 64;
 /// Bytes of information after the MAC and this length itself.
 constexpr std::uint16_t kInformationLength = 83;
 
+bool isQueueOf(const Onu& onu, std::uint16_t endpoint) {
+    return endpoint == onu.queues.downstream || endpoint == onu.queues.upstream ||
+           endpoint == onu.queues.multicast;
+}
+
+/// Of the card that came into the slot after so many others. The addresses come round again after
+/// 256 cards.
+MacAddress macOf(int slot, std::uint32_t swaps) {
+    auto mac = kFirstMac;
+    mac[4] = static_cast<std::uint8_t>(swaps);
+    mac[5] = static_cast<std::uint8_t>(slot);
+    return mac;
+}
+
 }  // namespace
 
 Card::Card(int slotNumber, Endpoint boundTo) : slot(slotNumber), address(boundTo) {
-    identity.mac = kFirstMac;
-    identity.mac.back() = static_cast<std::uint8_t>(slotNumber);
+    identity.mac = macOf(slot, 0);
 }
 
 void Card::beginReset() {
+    loseVolatile();
+    resetting = true;
+    ++resets;
+}
+
+void Card::loseVolatile() {
     if (nvsCurrent) {
         stored = configuration;
     }
     takeLinksDown();
+    lastSequence = 0;
+    ++incarnation;
+}
+
+void Card::loseSlot() {
+    loseVolatile();
+    present = false;
+    resetting = false;
+}
+
+void Card::enterSlot() {
+    present = true;
     resetting = true;
-    ++resets;
+    ++incarnation;
+}
+
+void Card::replace(const std::array<std::uint8_t, 2>& productCode) {
+    ++swaps;
+    identity = CardIdentity{};
+    identity.mac = macOf(slot, swaps);
+    identity.productCode = productCode;
+    optics = {};
+    muted = false;
+    restoreFactory();
+}
+
+void Card::restoreFactory() {
+    nvsCurrent = true;
+    nvsAfterNextBoot = true;
+    stored = CardConfiguration::factory();
+    configuration = stored;
 }
 
 void Card::finishReset() {
@@ -36,14 +84,44 @@ void Card::finishReset() {
 }
 
 bool Card::reaches(const Onu& onu) const {
-    return onu.plugged && onu.powered && fibreIntact.at(onu.port);
+    return present && onu.plugged && onu.powered && fibreIntact.at(onu.port);
 }
 
-Onu* Card::findLink(const MacAddress& mac) {
-    const auto found = std::ranges::find(onus, mac, &Onu::mac);
-    const bool isLink =
-        found != onus.end() && (found->discovered || isKnown(configuration, *found));
-    return isLink ? &*found : nullptr;
+const Onu* Card::findLink(const MacAddress& mac) const {
+    for (const auto* list : {&onus, &departed}) {
+        const auto found = std::ranges::find(*list, mac, &Onu::mac);
+        if (found != list->end() && isLink(*found)) {
+            return &*found;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<const Onu*> Card::links() const {
+    std::vector<const Onu*> found;
+    for (const auto* list : {&onus, &departed}) {
+        for (const auto& onu : *list) {
+            if (isLink(onu)) {
+                found.push_back(&onu);
+            }
+        }
+    }
+    return found;
+}
+
+const Onu* Card::findLinkOfQueue(std::uint16_t endpoint) const {
+    for (const auto* list : {&onus, &departed}) {
+        for (const auto& onu : *list) {
+            if (isQueueOf(onu, endpoint) && isLink(onu)) {
+                return &onu;
+            }
+        }
+    }
+    return nullptr;
+}
+
+bool Card::isLink(const Onu& onu) const {
+    return onu.discovered || isKnown(configuration, onu);
 }
 
 Onu* Card::findOnu(const OnuAddress& installed) {
@@ -58,6 +136,9 @@ void Card::takeLinksDown() {
 }
 
 std::vector<std::string_view> Card::whyNotInService() const {
+    if (!present) {
+        return {"the slot is empty"};
+    }
     if (resetting) {
         return {"resetting"};
     }
@@ -75,6 +156,9 @@ std::vector<std::string_view> Card::whyNotInService() const {
 }
 
 std::string_view Card::stateWord() const {
+    if (!present) {
+        return "absent";
+    }
     if (resetting) {
         return "resetting";
     }

@@ -49,8 +49,11 @@ struct Card {
     Endpoint address;
     CardIdentity identity;
     std::array<PortOptics, kPonPorts> optics;
-    /// Those installed at its two ports, by port and index; the set is fixed.
-    std::vector<Onu> onus;
+    /// Those that hang at its two ports, by where they were installed.
+    OnuList onus;
+    /// Copies of those that have moved to other cards, as they left. The card remembers their links
+    /// while something is provisioned for them.
+    OnuList departed;
     std::array<bool, kPonPorts> fibreIntact{true, true};
 
     /// Non-volatile storage: in use now, and from the next reset on.
@@ -63,20 +66,34 @@ struct Card {
     /// Of its modules' drift.
     Random random{0};
 
+    /// Plugged into its slot.
+    bool present = true;
+    /// Starts up, after a reset or after it was plugged in.
     bool resetting = false;
     bool muted = false;
-    /// Resets begun; tells an answer that its card has been reset since.
     std::uint32_t resets = 0;
-    /// Where the last request came from; events go there.
+    /// Starts and pulls so far; tells an answer or the end of a start that it is out of date.
+    std::uint32_t incarnation = 0;
+    /// How many other cards were in the slot before.
+    std::uint32_t swaps = 0;
+    /// Where the last request to the slot came from; events go there.
     std::optional<Endpoint> lastPeer;
     CardCounters counters;
     /// The next ONU's registration is under way.
     bool registering = false;
     std::uint16_t lastSequence = 0;
 
-    bool isSilent() const { return resetting || muted; }
+    bool isSilent() const { return !present || resetting || muted; }
 
     void beginReset();
+    /// As it is without power: silent, and without what its storage doesn't hold.
+    void loseSlot();
+    /// Starts up in its slot.
+    void enterSlot();
+    /// Another card takes its place: another MAC, as the factory made it, the ONUs the same.
+    void replace(const std::array<std::uint8_t, 2>& productCode);
+    /// As the factory made it, its non-volatile storage too.
+    void restoreFactory();
     /// The card comes up with what its non-volatile storage holds, or with the factory's
     /// configuration when that is off.
     void finishReset();
@@ -84,22 +101,30 @@ struct Card {
     /// The number of the card's next event.
     std::uint16_t nextSequence() { return ++lastSequence; }
 
-    /// The ONU is plugged in, has power and its fibre isn't cut.
+    /// The ONU is plugged in and has power, its fibre isn't cut and ends at a card.
     bool reaches(const Onu& onu) const;
     /// The link that the card has with this MAC: registered, or remembered. Null when there is
     /// none.
-    Onu* findLink(const MacAddress& mac);
-    /// Null when the card has no such ONU.
+    const Onu* findLink(const MacAddress& mac) const;
+    /// The link that the queue with this endpoint belongs to; null when there is none.
+    const Onu* findLinkOfQueue(std::uint16_t endpoint) const;
+    /// All links that are registered or remembered.
+    std::vector<const Onu*> links() const;
+    /// The ONU with this name; null when it doesn't hang at this card.
     Onu* findOnu(const OnuAddress& installed);
     /// No ONU stays registered.
     void takeLinksDown();
 
-    /// Not resetting, NVS off, marked and enabled.
+    /// Present, not resetting, NVS off, marked and enabled.
     bool isInService() const { return whyNotInService().empty(); }
     /// What keeps the card out of service, one English phrase each; empty when it is in service.
     std::vector<std::string_view> whyNotInService() const;
-    /// resetting, in-service, configured (marked), factory (NVS on) or blank (NVS off).
+    /// absent, resetting, in-service, configured (marked), factory (NVS on) or blank (NVS off).
     std::string_view stateWord() const;
+
+private:
+    bool isLink(const Onu& onu) const;
+    void loseVolatile();
 };
 
 /// The 91 bytes that answer Get OLT Information and go with OLT Ready.

@@ -2,8 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "sim/LinkProvisioning.h"
 #include "sim/OnuReport.h"
 #include "sim/RequestNames.h"
+#include "sim/SettingsReport.h"
 
 namespace ponmgr::sim {
 
@@ -74,6 +76,17 @@ Json acceptedList(const CardConfiguration& configuration) {
     return list;
 }
 
+/// The links of ONUs that hang at other cards now, as far as the card remembers them.
+Json departedList(const Card& card) {
+    auto list = Json::array();
+    for (const auto& onu : card.departed) {
+        if (isKnown(card.configuration, onu)) {
+            list.push_back(toText(onu.mac));
+        }
+    }
+    return list;
+}
+
 Json counterObject(const CardCounters& counters) {
     auto object = Json::object();
     for (const auto& counter : kCounters) {
@@ -116,7 +129,9 @@ Json cardDetails(const Card& card) {
     details["bridging_type"] = configuration.bridgingType;
     details["paths"] = pathList(configuration);
     details["rule_ports"] = ruleLists(configuration);
+    details["settings"] = cardSettings(configuration);
     details["accepted"] = acceptedList(configuration);
+    details["departed_links"] = departedList(card);
     details["last_peer"] = card.lastPeer ? Json(toText(*card.lastPeer)) : Json(nullptr);
     details["resets"] = card.resets;
     details["counters"] = counterObject(card.counters);

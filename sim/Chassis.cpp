@@ -4,44 +4,34 @@
 #include <optional>
 #include <utility>
 
-#include "sim/LinkProvisioning.h"
+#include "sim/ManagedSettings.h"
 
 namespace ponmgr::sim {
 
 namespace {
 
-/// As the manager leaves it.
-void configure(Card& card) {
-    card.configuration = CardConfiguration::provisioned();
-    for (auto& onu : card.onus) {
-        provision(card.configuration, onu);
-        onu.discovered = true;
-    }
-}
-
 Card makeCard(int slot, const ChassisSettings& settings) {
     Card card(slot, {settings.base + static_cast<std::uint32_t>(slot), settings.port});
     card.identity.productCode = settings.productCode;
-    card.nvsCurrent = settings.nvsEnabled && !settings.configured;
+    card.nvsCurrent = settings.nvsEnabled;
     card.nvsAfterNextBoot = card.nvsCurrent;
     card.random = Random(std::uint64_t{settings.seed} << 8 | static_cast<unsigned>(slot));
     card.onus = makeOnus(slot, settings.onusPerPort, card.random);
     if (settings.configured) {
-        configure(card);
+        bringUnderManagement(card);
     }
     return card;
 }
 
 }  // namespace
 
-Chassis::Chassis(const ChassisSettings& settings, TimerQueue& queue, Transmit sender,
-                 Observer watcher)
-    : latency(settings.latency),
+Chassis::Chassis(const ChassisSettings& settings, TimerQueue& queue, Transmit sender)
+    : pace(settings.latency, settings.jitter, settings.seed),
       resetTime(settings.resetTime),
       opticsInterval(settings.opticsInterval),
+      productCode(settings.productCode),
       timers(queue),
       transmit(std::move(sender)),
-      observer(std::move(watcher)),
       network(
           {settings.discoveryInterval, settings.onuResetTime}, queue,
           [this](Card& card, std::span<const std::uint8_t> event) { return emit(card, event); }) {
@@ -58,6 +48,15 @@ Chassis::Chassis(const ChassisSettings& settings, TimerQueue& queue, Transmit se
 Card* Chassis::findCard(int slot) {
     const auto found = std::ranges::find(allCards, slot, &Card::slot);
     return found == allCards.end() ? nullptr : &*found;
+}
+
+Chassis::OnuPlace Chassis::findOnu(const OnuAddress& installed) {
+    for (auto& card : allCards) {
+        if (auto* const onu = card.findOnu(installed)) {
+            return {&card, onu};
+        }
+    }
+    return {};
 }
 
 bool Chassis::isOneOfTheCards(Endpoint endpoint) const {
@@ -77,6 +76,10 @@ std::string_view Chassis::whyDropped(Card& card, Endpoint from,
         return "not a request";
     }
     ++card.counters.requests;
+    if (!card.present) {
+        ++card.counters.unheard;
+        return "the slot is empty";
+    }
     card.lastPeer = from;
     if (card.isSilent()) {
         ++card.counters.unheard;
@@ -85,33 +88,34 @@ std::string_view Chassis::whyDropped(Card& card, Endpoint from,
     return {};
 }
 
-void Chassis::receive(Card& card, Endpoint from, std::span<const std::uint8_t> datagram) {
+std::string_view Chassis::receive(Card& card, Endpoint from,
+                                  std::span<const std::uint8_t> datagram) {
     const auto dropped = whyDropped(card, from, datagram);
-    observe({card, Direction::toCard, from, datagram, dropped});
     if (!dropped.empty()) {
-        return;
+        return dropped;
     }
     const auto request = readRequest(datagram);
     Exchange exchange{card, *request, 0, frame, {}};
     answerRequest(exchange);
-    if (latency == Duration::zero()) {
-        answer(card, from, card.resets, frame.view(), exchange.after);
-        return;
+    if (pace.isImmediate()) {
+        answer(card, from, card.incarnation, frame.view(), exchange.after);
+        return {};
     }
     const auto view = frame.view();
-    timers.after(latency, [this, &card, from, resetsThen = card.resets,
-                           bytes = std::vector(view.begin(), view.end()), after = exchange.after] {
-        answer(card, from, resetsThen, bytes, after);
-    });
+    timers.after(pace.delayFor(card.slot, timers.now()),
+                 [this, &card, from, incarnation = card.incarnation,
+                  bytes = std::vector(view.begin(), view.end()),
+                  after = exchange.after] { answer(card, from, incarnation, bytes, after); });
+    return {};
 }
 
-void Chassis::answer(Card& card, Endpoint to, std::uint32_t resetsThen,
+void Chassis::answer(Card& card, Endpoint to, std::uint32_t incarnation,
                      std::span<const std::uint8_t> answerFrame, AfterAnswer after) {
-    if (card.resets != resetsThen) {
+    if (card.incarnation != incarnation) {
         ++card.counters.abandoned;
         return;
     }
-    if (transmitObserved(card, to, answerFrame)) {
+    if (transmit(card, to, answerFrame)) {
         ++card.counters.answers;
     }
     follow(card, after);
@@ -134,12 +138,46 @@ void Chassis::follow(Card& card, AfterAnswer after) {
 }
 
 bool Chassis::reset(Card& card) {
-    if (card.resetting) {
+    if (card.resetting || !card.present) {
         return false;
     }
     card.beginReset();
-    timers.after(resetTime, [this, &card] { comeUp(card); });
+    startUp(card);
     return true;
+}
+
+void Chassis::pull(Card& card) {
+    if (card.present) {
+        card.loseSlot();
+    }
+}
+
+void Chassis::insert(Card& card, Storage storage, std::optional<ProductCode> code) {
+    if (card.present) {
+        return;
+    }
+    card.identity.productCode = code.value_or(card.identity.productCode);
+    if (storage == Storage::factory) {
+        card.restoreFactory();
+    }
+    card.enterSlot();
+    startUp(card);
+}
+
+void Chassis::swap(Card& card, std::optional<ProductCode> code) {
+    pull(card);
+    card.replace(code.value_or(productCode));
+    card.enterSlot();
+    startUp(card);
+}
+
+void Chassis::startUp(Card& card) {
+    timers.after(resetTime, [this, &card, incarnation = card.incarnation] {
+        // A card that was pulled meanwhile doesn't come up.
+        if (card.incarnation == incarnation) {
+            comeUp(card);
+        }
+    });
 }
 
 void Chassis::comeUp(Card& card) {
@@ -152,7 +190,8 @@ void Chassis::comeUp(Card& card) {
 }
 
 bool Chassis::emit(Card& card, std::span<const std::uint8_t> event) {
-    if (!card.lastPeer || card.resetting || !transmitObserved(card, *card.lastPeer, event)) {
+    const bool up = card.present && !card.resetting;
+    if (!card.lastPeer || !up || !transmit(card, *card.lastPeer, event)) {
         return false;
     }
     ++card.counters.events;
@@ -169,18 +208,6 @@ void Chassis::driftOptics() {
         }
     }
     timers.after(opticsInterval, [this] { driftOptics(); });
-}
-
-bool Chassis::transmitObserved(const Card& card, Endpoint to, std::span<const std::uint8_t> bytes) {
-    const bool sent = transmit(card, to, bytes);
-    observe({card, Direction::fromCard, to, bytes, sent ? "" : "the system refused to send it"});
-    return sent;
-}
-
-void Chassis::observe(const DatagramEvent& event) const {
-    if (observer) {
-        observer(event);
-    }
 }
 
 }  // namespace ponmgr::sim

@@ -3,10 +3,12 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
 
+#include "sim/AnswerPace.h"
 #include "sim/Card.h"
 #include "sim/CardRequests.h"
 #include "sim/OnuNetwork.h"
@@ -21,6 +23,8 @@ struct ChassisSettings {
     std::uint32_t base = 0x7F000100;
     std::uint16_t port = 14113;
     Duration latency = std::chrono::milliseconds(2);
+    /// An answer takes longer than the latency, by up to this much.
+    Duration jitter{};
     Duration resetTime = std::chrono::seconds(3);
     bool nvsEnabled = true;
     /// The cards start as the manager leaves them: marked, with paths and a domain, NVS off, their
@@ -37,18 +41,6 @@ struct ChassisSettings {
     std::uint32_t seed = 1;
 };
 
-enum class Direction : std::uint8_t { toCard, fromCard };
-
-/// One datagram as it passes a card; the references hold during the call only.
-struct DatagramEvent {
-    const Card& card;
-    Direction direction;
-    Endpoint peer;
-    std::span<const std::uint8_t> bytes;
-    /// Why it goes no further; empty when it does.
-    std::string_view dropped;
-};
-
 /// The cards and their ONUs, without their sockets: takes datagrams, answers after the latency,
 /// carries out resets, sends events. One thread, that of the timer queue.
 class Chassis {
@@ -56,11 +48,9 @@ public:
     /// Sends `datagram` from the card's address; false when that failed.
     using Transmit =
         std::function<bool(const Card& card, Endpoint to, std::span<const std::uint8_t> datagram)>;
-    using Observer = std::function<void(const DatagramEvent&)>;
 
     /// The timer queue must outlive the chassis, and run nothing after its end.
-    Chassis(const ChassisSettings& settings, TimerQueue& timers, Transmit transmit,
-            Observer observer = {});
+    Chassis(const ChassisSettings& settings, TimerQueue& timers, Transmit transmit);
     Chassis(const Chassis&) = delete;
     Chassis& operator=(const Chassis&) = delete;
 
@@ -69,13 +59,35 @@ public:
     /// Null when the slot has no card.
     Card* findCard(int slot);
 
+    /// An ONU and the card that it hangs at now.
+    struct OnuPlace {
+        Card* card = nullptr;
+        Onu* onu = nullptr;
+    };
+    /// The ONU with this name, wherever it hangs; null pointers when there is none.
+    OnuPlace findOnu(const OnuAddress& installed);
+
     /// A datagram has arrived at the card's address. The card acts at once and answers after the
-    /// latency.
-    void receive(Card& card, Endpoint from, std::span<const std::uint8_t> datagram);
+    /// latency. Returns why it has dropped the datagram, a text that lives for ever, or nothing.
+    std::string_view receive(Card& card, Endpoint from, std::span<const std::uint8_t> datagram);
 
     /// The card falls silent for the reset time and comes back with an OLT Ready event. False when
-    /// it is resetting already.
+    /// it is resetting already, and when the slot is empty.
     bool reset(Card& card);
+
+    /// What a card that is plugged in finds in its non-volatile storage.
+    enum class Storage : std::uint8_t { asItWas, factory };
+    using ProductCode = std::array<std::uint8_t, 2>;
+
+    /// The card leaves its slot: from now on nothing answers at its address, and its ONUs have no
+    /// service. Nothing happens when the slot is empty.
+    void pull(Card& card);
+    /// The card that was pulled is plugged in again and starts up as after a reset; with another
+    /// product code when one is given. Nothing happens when the slot isn't empty.
+    void insert(Card& card, Storage storage, std::optional<ProductCode> productCode);
+    /// Another card takes the place of the one in the slot, if there is one: another MAC, as the
+    /// factory made it, without a product code that of all cards. It starts up.
+    void swap(Card& card, std::optional<ProductCode> productCode);
 
     /// Sends a datagram from the card to whoever spoke to it last. False when nobody has, while the
     /// card is resetting and when the system refuses.
@@ -86,20 +98,19 @@ public:
 private:
     bool isOneOfTheCards(Endpoint endpoint) const;
     std::string_view whyDropped(Card& card, Endpoint from, std::span<const std::uint8_t> datagram);
-    void answer(Card& card, Endpoint to, std::uint32_t resetsThen,
+    void answer(Card& card, Endpoint to, std::uint32_t incarnation,
                 std::span<const std::uint8_t> frame, AfterAnswer after);
     void follow(Card& card, AfterAnswer after);
+    void startUp(Card& card);
     void comeUp(Card& card);
     void driftOptics();
-    bool transmitObserved(const Card& card, Endpoint to, std::span<const std::uint8_t> frame);
-    void observe(const DatagramEvent& event) const;
 
-    Duration latency;
+    AnswerPace pace;
     Duration resetTime;
     Duration opticsInterval;
+    ProductCode productCode;
     TimerQueue& timers;
     Transmit transmit;
-    Observer observer;
     std::vector<Card> allCards;
     OnuNetwork network;
     /// The frame being written; kept for its memory.

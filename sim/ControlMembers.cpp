@@ -54,6 +54,13 @@ Card& cardInSlot(int slot, Chassis& chassis) {
     return *card;
 }
 
+void requirePresent(const Card& card) {
+    if (!card.present) {
+        throw ControlError("slot " + std::to_string(card.slot) +
+                           " is empty; insert the card first");
+    }
+}
+
 Card& cardMember(const Json& request, Chassis& chassis) {
     return cardInSlot(static_cast<int>(numberMember(request, "card", kLastSlot)), chassis);
 }

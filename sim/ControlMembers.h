@@ -19,4 +19,7 @@ std::int64_t numberMember(const Json& request, const char* name, std::int64_t mo
 Card& cardMember(const Json& request, Chassis& chassis);
 Card& cardInSlot(int slot, Chassis& chassis);
 
+/// Throws ControlError when the card was pulled.
+void requirePresent(const Card& card);
+
 }  // namespace ponmgr::sim

@@ -13,6 +13,12 @@ std::string printCards(const Json& reply);
 /// The reply to "onus", one row an ONU.
 std::string printOnus(const Json& reply);
 
+/// The reply to "truth": a table of the cards and one of the ONUs.
+std::string printTruth(const Json& reply);
+
+/// The reply to "fault list", one row a fault.
+std::string printFaults(const Json& reply);
+
 /// The reply to "get" or "onu", one line a member.
 std::string printDetails(const Json& reply);
 

@@ -2,11 +2,17 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 #include "sim/CardReport.h"
+#include "sim/CardVerbs.h"
 #include "sim/ControlMembers.h"
 #include "sim/NamedTable.h"
 #include "sim/OnuVerbs.h"
 #include "sim/OptionValues.h"
+#include "sim/TruthReport.h"
+#include "sim/faults/FaultVerbs.h"
+#include "sim/journal/JournalVerbs.h"
 
 namespace ponmgr::sim {
 
@@ -48,7 +54,9 @@ constexpr Setting kSettings[] = {
 void list(ControlVerbs& verbs, const Json&, const ReplyChannelPointer& channel) {
     auto rows = Json::array();
     for (const auto& card : verbs.cards().cards()) {
-        rows.push_back(cardRow(card));
+        auto row = cardRow(card);
+        row["faults"] = verbs.activeFaults(card.slot);
+        rows.push_back(std::move(row));
     }
     channel->reply({{"cards", rows}});
 }
@@ -59,12 +67,14 @@ void get(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& ch
 
 void set(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& channel) {
     auto& card = cardMember(request, verbs.cards());
+    requirePresent(card);
     entryNamed<ControlError>(kSettings, textMember(request, "name"), "setting").set(card, request);
     channel->reply(cardRow(card));
 }
 
 void reset(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& channel) {
     auto& card = cardMember(request, verbs.cards());
+    requirePresent(card);
     if (!verbs.cards().reset(card)) {
         throw ControlError("slot " + std::to_string(card.slot) + " is resetting already");
     }
@@ -78,6 +88,18 @@ void wait(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& c
     }
     const auto timeout = numberMember(request, "timeout_ms", kLongestWaitMilliseconds);
     verbs.inServiceWaiters().add(channel, std::chrono::milliseconds(timeout));
+}
+
+void scenario(ControlVerbs& verbs, const Json&, const ReplyChannelPointer& channel) {
+    channel->reply(verbs.scenarioStatus());
+}
+
+void fault(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& channel) {
+    channel->reply(actOnFaults(verbs.chassisWire(), request));
+}
+
+void journal(ControlVerbs& verbs, const Json& request, const ReplyChannelPointer& channel) {
+    channel->reply(readJournal(verbs.chassisWire().journal(), verbs.cards(), request));
 }
 
 struct Verb {
@@ -102,12 +124,45 @@ constexpr Verb kVerbs[] = {
     {"fibre", replied<setFibre>},
     {"alarm", replied<reportAlarm>},
     {"event", replied<emitEvent>},
+    {"fault", fault},
+    {"journal", journal},
+    {"pull", replied<pullCard>},
+    {"insert", replied<insertCard>},
+    {"swap", replied<swapCard>},
+    {"truth", replied<truth>},
+    {"scenario", scenario},
 };
 
 }  // namespace
 
-ControlVerbs::ControlVerbs(Chassis& cards, TimerQueue& timers)
-    : chassis(cards), waiters(cards, timers) {}
+ControlVerbs::ControlVerbs(Chassis& cards, TimerQueue& timers, ChassisWire* chassisWire)
+    : chassis(cards), waiters(cards, timers), wire(chassisWire) {}
+
+ChassisWire& ControlVerbs::chassisWire() const {
+    if (wire == nullptr) {
+        throw ControlError("this simulator has no faults and no journal");
+    }
+    return *wire;
+}
+
+std::size_t ControlVerbs::activeFaults(int slot) const {
+    if (wire == nullptr) {
+        return 0;
+    }
+    const auto& faults = wire->faults();
+    return static_cast<std::size_t>(std::ranges::count_if(faults.all(), [&](const auto& fault) {
+        return fault->settings().slot.value_or(slot) == slot &&
+               fault->state(faults.now()) == Fault::State::active;
+    }));
+}
+
+void ControlVerbs::requireVerb(const std::string& name) {
+    entryNamed<ControlError>(kVerbs, name, "verb");
+}
+
+Json ControlVerbs::scenarioStatus() const {
+    return reportScenario ? reportScenario() : Json{{"state", "none"}};
+}
 
 void ControlVerbs::handle(const std::string& line, const ReplyChannelPointer& channel) {
     try {

@@ -2,11 +2,12 @@
 
 #include <string>
 
-#include "sim/Chassis.h"
+#include "sim/journal/JournalEntry.h"
 
 namespace ponmgr::sim {
 
-/// One line, without its end, on a datagram that passes a card: slot, direction, peer, what it is.
-std::string describeDatagram(const DatagramEvent& event);
+/// One line, without its end, on a datagram that has passed a card: slot, direction, peer, what it
+/// is, and the faults that have hit it.
+std::string describeDatagram(const JournalEntry& entry);
 
 }  // namespace ponmgr::sim

@@ -76,6 +76,14 @@ OnuSelection parseOnuSelection(const std::string& option, const std::string& tex
     return selection;
 }
 
+PonPort parsePonPortOfSlot(const std::string& option, const std::string& text) {
+    const auto parts = splitAtSlashes(text);
+    if (parts.size() != 2) {
+        refuse(option, text, "SLOT/PORT, such as 5/1");
+    }
+    return {parseSlot(option, parts[0]), parsePonPort(option, parts[1])};
+}
+
 AlarmSubject parseAlarmSubject(const std::string& option, const std::string& text) {
     const auto parts = splitAtSlashes(text);
     AlarmSubject subject;

@@ -23,6 +23,15 @@ struct OnuSelection {
 /// "3" or "3/0".
 OnuSelection parseOnuSelection(const std::string& option, const std::string& text);
 
+/// A PON port of a card.
+struct PonPort {
+    int slot = 0;
+    std::uint8_t port = 0;
+};
+
+/// "5/1".
+PonPort parsePonPortOfSlot(const std::string& option, const std::string& text);
+
 /// 0 or 1.
 std::uint8_t parsePonPort(const std::string& option, const std::string& text);
 

@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,7 +20,9 @@ constexpr std::size_t kMostOnusInText = 3;
 Json allCardsReply(Chassis& chassis) {
     auto slots = Json::array();
     for (const auto& card : chassis.cards()) {
-        slots.push_back(card.slot);
+        if (card.present) {
+            slots.push_back(card.slot);
+        }
     }
     return {{"in_service", slots}};
 }
@@ -38,17 +39,15 @@ std::vector<std::string_view> whatIsMissing(const Card& card, const Onu& onu) {
     return missing;
 }
 
-/// The first ONU from `begin` on, round the whole card, that isn't on-line and provisioned and
-/// could be.
-std::optional<std::size_t> findMissing(const Card& card, std::size_t begin) {
-    const auto count = card.onus.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto number = (begin + i) % count;
-        if (isMissing(card, card.onus[number])) {
-            return number;
-        }
+/// An ONU that isn't on-line and provisioned and could be; null when there is none. The one that
+/// was found last is looked at first.
+const Onu* findMissing(const Card& card, const Onu* last) {
+    if (last != nullptr && last->slot == card.slot && isMissing(card, *last)) {
+        return last;
     }
-    return std::nullopt;
+    const auto found =
+        std::ranges::find_if(card.onus, [&](const Onu& onu) { return isMissing(card, onu); });
+    return found == card.onus.end() ? nullptr : &*found;
 }
 
 Json missingOnus(const Card& card) {
@@ -75,7 +74,8 @@ Json timeoutReply(Chassis& chassis) {
     auto cards = Json::array();
     std::string text;
     for (const auto& card : chassis.cards()) {
-        const auto reasons = card.whyNotInService();
+        const auto reasons =
+            card.present ? card.whyNotInService() : std::vector<std::string_view>{};
         const auto onus = missingOnus(card);
         std::vector<std::string> phrases(reasons.begin(), reasons.end());
         if (!onus.empty()) {
@@ -106,9 +106,8 @@ bool InServiceWaiters::allInService() {
     const auto& cards = chassis.cards();
     for (std::size_t i = 0; i < cards.size(); ++i) {
         const auto& card = cards[lateCard];
-        const auto missing = findMissing(card, lateOnu);
-        lateOnu = missing.value_or(0);
-        if (missing || !card.isInService()) {
+        lateOnu = findMissing(card, lateOnu);
+        if (lateOnu != nullptr || (card.present && !card.isInService())) {
             return false;
         }
         lateCard = (lateCard + 1) % cards.size();

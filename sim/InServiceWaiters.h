@@ -10,8 +10,8 @@
 
 namespace ponmgr::sim {
 
-/// Those who wait for every card to be in service, and every ONU within reach to be
-/// on-line and provisioned.
+/// Those who wait for every card that is plugged in to be in service, and every ONU within reach to
+/// be on-line and provisioned.
 class InServiceWaiters {
 public:
     InServiceWaiters(Chassis& chassis, TimerQueue& timers);
@@ -43,7 +43,7 @@ private:
     /// Where the last check found something missing: the next begins there, so that one that finds
     /// it still missing costs next to nothing.
     std::size_t lateCard = 0;
-    std::size_t lateOnu = 0;
+    const Onu* lateOnu = nullptr;
 };
 
 }  // namespace ponmgr::sim

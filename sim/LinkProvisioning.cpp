@@ -10,10 +10,6 @@ namespace {
 
 constexpr std::size_t kVlanOffset = 15;
 
-std::uint64_t queueKey(std::uint16_t endpoint) {
-    return std::uint64_t{endpoint} << 16;
-}
-
 std::uint64_t keyOfLink(const Onu& onu) {
     return linkKey(onu.mac);
 }
@@ -83,6 +79,10 @@ Writer ethernetUpPayload(const Onu& onu) {
 
 }  // namespace
 
+std::uint64_t queueKey(std::uint16_t endpoint) {
+    return std::uint64_t{endpoint} << 16;
+}
+
 bool isKnown(const CardConfiguration& configuration, const Onu& onu) {
     return std::ranges::any_of(kLinkSettings, [&](const LinkSetting& setting) {
         return !setting.missing.empty() && isSet(configuration, onu, setting);
@@ -115,6 +115,10 @@ void provision(CardConfiguration& configuration, const Onu& onu) {
         accepted.put(id::kSetQueueSla, queueKey(endpoint), queueSlaPayload(endpoint).view());
     }
     accepted.put(id::kSetEthernetPort, link, ethernetUpPayload(onu).view());
+}
+
+void forgetAtRestart(CardConfiguration& configuration, const Onu& onu) {
+    configuration.accepted.erase(id::kSetEthernetPort, linkKey(onu.mac));
 }
 
 void clearProvisioning(CardConfiguration& configuration, const Onu& onu) {

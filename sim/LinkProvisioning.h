@@ -10,6 +10,9 @@ namespace ponmgr::sim {
 
 /// What a card keeps for an ONU's link: enabling, the SLAs of link and queues, Ethernet port, VLAN.
 
+/// What the SLA of the queue with this endpoint is kept by.
+std::uint64_t queueKey(std::uint16_t endpoint);
+
 /// The link is enabled or has an SLA: the card remembers it, also while the ONU is away.
 bool isKnown(const CardConfiguration& configuration, const Onu& onu);
 
@@ -22,6 +25,9 @@ std::vector<std::string_view> missingProvisioning(const CardConfiguration& confi
 
 /// Does all that the manager does for a new link.
 void provision(CardConfiguration& configuration, const Onu& onu);
+
+/// What an ONU that starts anew has forgotten: its Ethernet port is down until it is set again.
+void forgetAtRestart(CardConfiguration& configuration, const Onu& onu);
 
 /// Forgets all that was set for the link.
 void clearProvisioning(CardConfiguration& configuration, const Onu& onu);

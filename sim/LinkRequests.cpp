@@ -9,25 +9,15 @@ namespace ponmgr::sim {
 namespace {
 
 /// The link whose MAC the payload begins with; null when the card has no such link.
-Onu* linkOf(Exchange& exchange) {
+const Onu* linkOf(const Exchange& exchange) {
     MacAddress mac{};
     std::ranges::copy(exchange.request.payload.first(mac.size()), mac.begin());
     return exchange.card.findLink(mac);
 }
 
-bool isQueueOf(const Onu& onu, std::uint16_t endpoint) {
-    return endpoint == onu.queues.downstream || endpoint == onu.queues.upstream ||
-           endpoint == onu.queues.multicast;
-}
-
 /// A path, or a queue of one of the card's links.
 bool isEndpoint(const Card& card, std::uint16_t endpoint) {
-    if (card.configuration.paths.contains(endpoint)) {
-        return true;
-    }
-    return std::ranges::any_of(card.onus, [&](const Onu& onu) {
-        return isQueueOf(onu, endpoint) && (onu.discovered || isKnown(card.configuration, onu));
-    });
+    return card.configuration.paths.contains(endpoint) || card.findLinkOfQueue(endpoint) != nullptr;
 }
 
 /// Endpoint, and the index of its only queue.
@@ -48,9 +38,9 @@ Result listDiscoveredLinks(Exchange& exchange) {
 }
 
 Result listKnownLinks(Exchange& exchange) {
-    for (const auto& onu : exchange.card.onus) {
-        if (isKnown(exchange.card.configuration, onu)) {
-            exchange.answer.copy(onu.mac);
+    for (const auto* link : exchange.card.links()) {
+        if (isKnown(exchange.card.configuration, *link)) {
+            exchange.answer.copy(link->mac);
         }
     }
     return Result::ok;
@@ -75,9 +65,11 @@ Result clearLink(Exchange& exchange) {
 }
 
 Result clearAllowedLinks(Exchange& exchange) {
-    for (const auto& onu : exchange.card.onus) {
-        if (onu.port == exchange.key) {
-            clearProvisioning(exchange.card.configuration, onu);
+    for (const auto* onus : {&exchange.card.onus, &exchange.card.departed}) {
+        for (const auto& onu : *onus) {
+            if (onu.port == exchange.key) {
+                clearProvisioning(exchange.card.configuration, onu);
+            }
         }
     }
     return Result::ok;

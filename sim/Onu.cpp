@@ -24,14 +24,11 @@ constexpr std::uint8_t kUpstreamSpeeds = 1;
 Onu makeOnu(const OnuAddress& address, Random& random) {
     Onu onu;
     onu.address = address;
+    onu.slot = address.slot;
     onu.port = address.port;
     onu.mac = {kMacOui[0],   kMacOui[1],   kMacOui[2], static_cast<std::uint8_t>(address.slot),
                address.port, address.index};
-    const auto number = static_cast<std::uint16_t>(address.port * kMostOnusPerPort + address.index);
-    onu.llid = static_cast<std::uint16_t>(number + 1);
-    const auto endpoint = static_cast<std::uint16_t>(kFirstEndpoint + number * kEndpointsPerOnu);
-    onu.queues = {endpoint, static_cast<std::uint16_t>(endpoint + 1),
-                  static_cast<std::uint16_t>(endpoint + 2)};
+    assignNumber(onu, address.port * kMostOnusPerPort + address.index);
     const auto metres = static_cast<unsigned>(random.between(kNearest, kFarthest));
     onu.roundTripTime =
         static_cast<std::uint16_t>(metres * kNanosecondsPerMetre / kNanosecondsPerUnit);
@@ -53,9 +50,19 @@ OnuOptics Onu::shownOptics() const {
     return shown;
 }
 
-std::vector<Onu> makeOnus(int slot, unsigned perPort, Random& random) {
-    std::vector<Onu> onus;
-    onus.reserve(std::size_t{kPonPorts} * perPort);
+void assignNumber(Onu& onu, unsigned number) {
+    onu.llid = static_cast<std::uint16_t>(number + 1);
+    const auto endpoint = static_cast<std::uint16_t>(kFirstEndpoint + number * kEndpointsPerOnu);
+    onu.queues = {endpoint, static_cast<std::uint16_t>(endpoint + 1),
+                  static_cast<std::uint16_t>(endpoint + 2)};
+}
+
+unsigned numberOf(const Onu& onu) {
+    return onu.llid - 1U;
+}
+
+OnuList makeOnus(int slot, unsigned perPort, Random& random) {
+    OnuList onus;
     for (std::uint8_t port = 0; port < kPonPorts; ++port) {
         for (unsigned index = 0; index < perPort; ++index) {
             onus.push_back(makeOnu({slot, port, static_cast<std::uint8_t>(index)}, random));

@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <list>
 #include <string>
-#include <vector>
 
 #include "sim/Addresses.h"
 #include "sim/Optics.h"
@@ -16,8 +16,9 @@ using Oui = std::array<std::uint8_t, 3>;
 inline constexpr std::uint8_t kPonPorts = 2;
 /// A list of all links of a card's two ports must fit into one datagram.
 inline constexpr unsigned kMostOnusPerPort = 124;
+inline constexpr unsigned kMostLinks = kPonPorts * kMostOnusPerPort;
 
-/// Where an ONU was installed; its name for good, also when it moves to the other port.
+/// Where an ONU was installed; its name for good, also when it moves.
 struct OnuAddress {
     int slot = 0;
     std::uint8_t port = 0;
@@ -40,12 +41,15 @@ struct QueueEndpoints {
 struct Onu {
     OnuAddress address;
     MacAddress mac{};
-    /// The PON port it hangs at now.
+    /// The slot and the PON port it hangs at now.
+    int slot = 0;
     std::uint8_t port = 0;
     bool plugged = true;
     bool powered = true;
     /// Between a reset and the end of its start.
     bool restarting = false;
+    /// Restarts begun; tells the end of one that another has begun since.
+    std::uint32_t restarts = 0;
     /// Registered with the card: its link is up.
     bool discovered = false;
 
@@ -64,8 +68,17 @@ struct Onu {
     OnuOptics shownOptics() const;
 };
 
-/// The ONUs of a card, by port and index.
-std::vector<Onu> makeOnus(int slot, unsigned perPort, Random& random);
+/// The ONUs of a card, by where they were installed. A list: an ONU stays in its place in memory
+/// when it moves to another card.
+using OnuList = std::list<Onu>;
+
+/// The ONUs that are installed at a card, by port and index.
+OnuList makeOnus(int slot, unsigned perPort, Random& random);
+
+/// A card tells its links apart by a number, 0 to kMostLinks - 1, from which their LLID and the
+/// endpoints of their queues follow.
+void assignNumber(Onu& onu, unsigned number);
+unsigned numberOf(const Onu& onu);
 
 /// The 26 bytes that answer Get ONU Information and go with Link Discovery.
 void writeLinkInformation(const Onu& onu, Writer& data);

@@ -35,8 +35,13 @@ Json decibels(const std::string& text) {
     return parseDecibels("fade", text);
 }
 
+/// A port of the card that the ONU hangs at, or of another.
 Json port(const std::string& text) {
-    return parsePonPort("port", text);
+    if (text.find('/') != std::string::npos) {
+        parsePonPortOfSlot("move", text);
+        return text;
+    }
+    return parsePonPort("move", text);
 }
 
 constexpr OnuWord kOnuWords[] = {

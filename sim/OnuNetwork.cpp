@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "sim/AlarmNames.h"
+#include "sim/LinkProvisioning.h"
+#include "sim/OnuMove.h"
 
 namespace ponmgr::sim {
 
@@ -60,11 +62,18 @@ void OnuNetwork::resetOnu(Card& card, Onu& onu) {
     if (onu.restarting) {
         return;
     }
-    onu.restarting = true;
     lose(card, onu, kReportTimeout);
-    timers.after(timing.onuResetTime, [this, &card, &onu] {
-        onu.restarting = false;
-        registerOnus(card);
+    beginRestart(card, onu);
+}
+
+void OnuNetwork::beginRestart(Card& card, Onu& onu) {
+    onu.restarting = true;
+    forgetAtRestart(card.configuration, onu);
+    timers.after(timing.onuResetTime, [this, &card, &onu, begun = ++onu.restarts] {
+        if (onu.restarts == begun) {
+            onu.restarting = false;
+            registerOnus(card);
+        }
     });
 }
 
@@ -83,6 +92,7 @@ void OnuNetwork::setPowered(Card& card, Onu& onu, bool powered) {
         registerOnus(card);
     } else {
         lose(card, onu, kStandardDyingGasp);
+        forgetAtRestart(card.configuration, onu);
     }
 }
 
@@ -99,6 +109,17 @@ void OnuNetwork::move(Card& card, Onu& onu, std::uint8_t port) {
     } else {
         registerOnus(card);
     }
+}
+
+bool OnuNetwork::move(Card& from, Onu& onu, Card& to, std::uint8_t port) {
+    if (!hasRoomFor(to, onu)) {
+        return false;
+    }
+    lose(from, onu, kReportTimeout);
+    forgetAtRestart(from.configuration, onu);
+    handOver(from, onu, to, port);
+    beginRestart(to, onu);
+    return true;
 }
 
 void OnuNetwork::setFibre(Card& card, std::uint8_t port, bool intact) {

@@ -35,6 +35,9 @@ public:
     /// An ONU that loses its power says so before it goes.
     void setPowered(Card& card, Onu& onu, bool powered);
     void move(Card& card, Onu& onu, std::uint8_t port);
+    /// The ONU is plugged in at another card and starts there; false, with nothing changed, when
+    /// that card has no room for another link.
+    bool move(Card& from, Onu& onu, Card& to, std::uint8_t port);
     void setFibre(Card& card, std::uint8_t port, bool intact);
 
     /// False when it couldn't be sent.
@@ -43,6 +46,7 @@ public:
 private:
     void registerNext(Card& card);
     void lose(Card& card, Onu& onu, std::uint8_t alarmCode);
+    void beginRestart(Card& card, Onu& onu);
 
     Timing timing;
     TimerQueue& timers;

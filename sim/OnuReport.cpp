@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "sim/LinkProvisioning.h"
+#include "sim/SettingsReport.h"
 
 namespace ponmgr::sim {
 
@@ -18,8 +19,11 @@ const char* stateOf(const Card& card, const Onu& onu) {
     if (!onu.powered) {
         return "powered-off";
     }
-    if (!card.reaches(onu)) {
+    if (!card.fibreIntact.at(onu.port)) {
         return "fibre-cut";
+    }
+    if (!card.present) {
+        return "no-card";
     }
     return onu.restarting ? "restarting" : "off-line";
 }
@@ -43,6 +47,7 @@ Json onuRow(const Card& card, const Onu& onu) {
     const auto& configuration = card.configuration;
     return {{"onu", toText(onu.address)},
             {"mac", toText(onu.mac)},
+            {"slot", onu.slot},
             {"port", onu.port},
             {"state", stateOf(card, onu)},
             {"known", isKnown(configuration, onu)},
@@ -63,6 +68,7 @@ Json onuDetails(const Card& card, const Onu& onu) {
     details["queues"] = {{"downstream", queueOf(configuration, onu.queues.downstream)},
                          {"upstream", queueOf(configuration, onu.queues.upstream)},
                          {"multicast", queueOf(configuration, onu.queues.multicast)}};
+    details["settings"] = onuSettings(configuration, onu);
     details["vendor_oui"] = hexText(onu.vendorOui);
     details["product_code"] = hexText(onu.productCode);
     details["product_version"] = hexText(onu.productVersion);

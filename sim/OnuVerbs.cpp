@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 #include "sim/AlarmNames.h"
 #include "sim/ControlMembers.h"
 #include "sim/EntityAddress.h"
@@ -21,18 +23,31 @@ struct Subject {
     Onu& onu;
 };
 
-Onu& onuOf(Card& card, const OnuAddress& address) {
-    auto* const onu = card.findOnu(address);
-    if (onu == nullptr) {
-        throw ControlError("no ONU " + toText(address) + "; slot " + std::to_string(card.slot) +
-                           " has " + std::to_string(card.onus.size() / kPonPorts) + " at a port");
+std::size_t installedPerPort(Chassis& chassis, int slot) {
+    std::size_t count = 0;
+    for (const auto& card : chassis.cards()) {
+        count += static_cast<std::size_t>(std::ranges::count_if(
+            card.onus, [&](const Onu& onu) { return onu.address.slot == slot; }));
     }
-    return *onu;
+    return count / kPonPorts;
+}
+
+/// The ONU and the card that it hangs at now.
+Chassis::OnuPlace placeOf(Chassis& chassis, const OnuAddress& address) {
+    const auto place = chassis.findOnu(address);
+    if (place.onu == nullptr) {
+        cardInSlot(address.slot, chassis);
+        throw ControlError("no ONU " + toText(address) + "; slot " + std::to_string(address.slot) +
+                           " has " + std::to_string(installedPerPort(chassis, address.slot)) +
+                           " at a port");
+    }
+    return place;
 }
 
 /// An event can go out only when a manager has spoken to the card.
 void requireManager(const Card& card) {
     const auto slot = std::to_string(card.slot);
+    requirePresent(card);
     if (card.resetting) {
         throw ControlError("slot " + slot + " is resetting");
     }
@@ -77,13 +92,29 @@ void fade(const Subject& subject, const Json& request) {
     subject.onu.fadeDecibels = value.get<double>();
 }
 
-void move(const Subject& subject, const Json& request) {
-    const auto port = static_cast<std::uint8_t>(numberMember(request, "value", kPonPorts - 1));
-    if (port == subject.onu.port) {
-        throw ControlError("ONU " + toText(subject.onu.address) + " hangs at port " +
-                           std::to_string(port) + " already");
+/// "5/1", or 1 for a port of the same card.
+PonPort destination(const Subject& subject, const Json& request) {
+    if (member(request, "value").is_string()) {
+        return parsePonPortOfSlot("move", textMember(request, "value"));
     }
-    subject.chassis.onuNetwork().move(subject.card, subject.onu, port);
+    return {subject.card.slot,
+            static_cast<std::uint8_t>(numberMember(request, "value", kPonPorts - 1))};
+}
+
+void move(const Subject& subject, const Json& request) {
+    const auto to = destination(subject, request);
+    auto& card = cardInSlot(to.slot, subject.chassis);
+    if (to.slot == subject.card.slot && to.port == subject.onu.port) {
+        throw ControlError("ONU " + toText(subject.onu.address) + " hangs at port " +
+                           std::to_string(to.port) + " already");
+    }
+    auto& network = subject.chassis.onuNetwork();
+    if (to.slot == subject.card.slot) {
+        network.move(subject.card, subject.onu, to.port);
+    } else if (!network.move(subject.card, subject.onu, card, to.port)) {
+        throw ControlError("slot " + std::to_string(to.slot) + " has " +
+                           std::to_string(kMostLinks) + " links already, which is the most");
+    }
 }
 
 struct OnuAction {
@@ -137,10 +168,9 @@ Json actOnOnu(Chassis& chassis, const Json& request) {
     const auto address = parseOnuAddress("onu", textMember(request, "onu"));
     const auto& action =
         entryNamed<ControlError>(kOnuActions, textMember(request, "action"), "action");
-    auto& card = cardInSlot(address.slot, chassis);
-    auto& onu = onuOf(card, address);
-    action.act({chassis, card, onu}, request);
-    return onuDetails(card, onu);
+    const auto place = placeOf(chassis, address);
+    action.act({chassis, *place.card, *place.onu}, request);
+    return onuDetails(*chassis.findCard(place.onu->slot), *place.onu);
 }
 
 Json setFibre(Chassis& chassis, const Json& request) {
@@ -161,9 +191,9 @@ Json reportAlarm(Chassis& chassis, const Json& request) {
     const auto code = parseAlarm("alarm", textMember(request, "alarm"));
     const auto& state =
         entryNamed<ControlError>(kAlarmStates, textMember(request, "state"), "state");
-    auto& card = cardInSlot(subject.slot, chassis);
     const bool ofPort = subject.tag == EntityTag::oltPort;
-    const auto& mac = ofPort ? card.identity.mac : onuOf(card, subject.onu).mac;
+    auto& card = ofPort ? cardInSlot(subject.slot, chassis) : *placeOf(chassis, subject.onu).card;
+    const auto& mac = ofPort ? card.identity.mac : card.findOnu(subject.onu)->mac;
     requireManager(card);
     requireSent(card, chassis.onuNetwork().report(
                           card, {subject.tag, mac, subject.port, code, state.raised}));

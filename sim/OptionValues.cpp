@@ -38,6 +38,16 @@ std::optional<Number> wholeNumber(std::string_view text, int base = 10) {
     return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
 }
 
+/// The whole of `text` as a number from `least` to `most`; nothing when it is something else.
+std::optional<double> fractionBetween(std::string_view text, double least, double most) {
+    double value = 0;
+    const auto* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
+    // The comparison is false for what is not a number.
+    const bool inRange = value >= least && value <= most;
+    return error == std::errc{} && stop == end && inRange ? std::optional(value) : std::nullopt;
+}
+
 std::optional<int> slotNumber(std::string_view text) {
     const auto slot = wholeNumber<int>(text);
     return slot && *slot >= kFirstSlot && *slot <= kLastSlot ? slot : std::nullopt;
@@ -142,17 +152,20 @@ std::array<std::uint8_t, 2> parseProductCode(const std::string& option, const st
     return {static_cast<std::uint8_t>(*code >> 8), static_cast<std::uint8_t>(*code)};
 }
 
+double parseSpeed(const std::string& option, const std::string& text) {
+    const auto speed = fractionBetween(text, 0.01, 1000);
+    if (!speed) {
+        refuse(option, text, "0.01 to 1000, such as 10");
+    }
+    return *speed;
+}
+
 double parseDecibels(const std::string& option, const std::string& text) {
-    constexpr double kMost = 60;
-    double value = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-    // The comparison is false for what is not a number.
-    const bool inRange = value >= 0 && value <= kMost;
-    if (error != std::errc{} || stop != end || !inRange) {
+    const auto value = fractionBetween(text, 0, 60);
+    if (!value) {
         refuse(option, text, "0 to 60 decibels, such as 3.5");
     }
-    return value;
+    return *value;
 }
 
 std::vector<std::uint8_t> parseBytes(const std::string& option, const std::string& text) {

@@ -43,6 +43,9 @@ bool parseOnOff(const std::string& option, const std::string& text);
 /// Four hex digits.
 std::array<std::uint8_t, 2> parseProductCode(const std::string& option, const std::string& text);
 
+/// 0.01 to 1000 times, with a fraction after a point if need be.
+double parseSpeed(const std::string& option, const std::string& text);
+
 /// 0 to 60 decibels, with a fraction after a point if need be.
 double parseDecibels(const std::string& option, const std::string& text);
 

@@ -8,8 +8,13 @@
 #include <random>
 #include <sstream>
 
+#include "sim/CommandHelp.h"
+#include "sim/CommandOptions.h"
+#include "sim/CompletionScript.h"
 #include "sim/ControlJson.h"
+#include "sim/NamedTable.h"
 #include "sim/OptionValues.h"
+#include "sim/journal/Journal.h"
 
 namespace ponmgr::sim {
 
@@ -35,10 +40,21 @@ struct Texts {
     std::string seed = "random";
     std::string control = "/tmp/chassis-sim.ctl";
     std::string timeout = "120s";
+
+    std::string jitter = "0";
+    std::string journal = "10000";
+    std::string journalFile;
+    std::string pcap;
+    std::map<std::string, std::string> named;
+
     std::vector<std::string> words;
     bool configured = false;
     bool verbose = false;
     bool json = false;
+    std::string scenario;
+    std::string scenarioSpeed = "1";
+    bool scenarioExit = false;
+    std::string shell;
 };
 
 struct TextOption {
@@ -64,6 +80,10 @@ constexpr TextOption kServeOptions[] = {
     {"--optics-interval", &Texts::opticsInterval, "TIME",
      "How often the optical readings change (us, ms, s, or 0 for never)"},
     {"--seed", &Texts::seed, "N", "The same seed gives the same ONUs and readings"},
+    {"--jitter", &Texts::jitter, "TIME", "The most that an answer takes beyond the latency"},
+    {"--journal", &Texts::journal, "N", "How many datagrams are kept in memory, up to 1000000"},
+    {"--journal-file", &Texts::journalFile, "FILE", "Append every datagram to FILE as JSON"},
+    {"--pcap", &Texts::pcap, "FILE", "Write every datagram to FILE, a capture"},
 };
 
 constexpr TextOption kControlOption{"--control", &Texts::control, "PATH", "Control socket"};
@@ -76,6 +96,35 @@ void addOption(CLI::App& app, Texts& texts, const TextOption& option) {
         ->type_name(option.value);
 }
 
+constexpr TextOption kScenarioOptions[] = {
+    {"--scenario", &Texts::scenario, "FILE", "Play the commands of this file at their times"},
+    {"--scenario-speed", &Texts::scenarioSpeed, "N", "So many times as fast as the file says"},
+};
+
+void describeScenario(CLI::App& app, Texts& texts) {
+    for (const auto& option : kScenarioOptions) {
+        addOption(app, texts, option);
+    }
+    app.add_flag("--scenario-exit", texts.scenarioExit,
+                 "End with the scenario: status 0, or 1 when a step has failed");
+}
+
+void addCommandOptions(CLI::App& ctl, std::map<std::string, std::string>& named) {
+    for (const auto& option : commandOptions()) {
+        const std::string dashed = std::string("--") + option.name;
+        if (option.value == nullptr) {
+            ctl.add_flag_callback(
+                dashed, [&named, name = option.name] { named[name] = "on"; }, option.description);
+        } else {
+            ctl.add_option_function<std::string>(
+                   dashed,
+                   [&named, name = option.name](const std::string& text) { named[name] = text; },
+                   option.description)
+                ->type_name(option.value);
+        }
+    }
+}
+
 void describe(CLI::App& app, Texts& texts) {
     app.set_version_flag("--version", "chassis-sim " CHASSIS_SIM_VERSION);
     for (const auto& option : kServeOptions) {
@@ -85,6 +134,7 @@ void describe(CLI::App& app, Texts& texts) {
                  "Cards start marked as configured, with domains, NVS off");
     addOption(app, texts, kControlOption);
     app.add_flag("--verbose", texts.verbose, "Print one line a datagram");
+    describeScenario(app, texts);
 
     auto* const ctl = app.add_subcommand("ctl", "Ask or command a running simulator");
     ctl->add_option("words", texts.words,
@@ -92,8 +142,41 @@ void describe(CLI::App& app, Texts& texts) {
                     "alarm TARGET NAME raise|clear | event N HEX | wait in-service")
         ->type_name("COMMAND");
     ctl->add_flag("--json", texts.json, "Print JSON, errors too");
+    addCommandOptions(*ctl, texts.named);
     addOption(*ctl, texts, kTimeoutOption);
     addOption(*ctl, texts, kControlOption);
+    ctl->footer(controlHelp());
+
+    app.footer(programHelp());
+    app.add_subcommand("completion", "Print the completion script of a shell")
+        ->add_option("shell", texts.shell, "bash")
+        ->required();
+}
+
+ScenarioOptions scenarioOptions(const Texts& texts) {
+    if (texts.scenario.empty() && (texts.scenarioExit || texts.scenarioSpeed != "1")) {
+        throw UsageError(
+            "--scenario-speed and --scenario-exit can't be used alone; allowed: with --scenario");
+    }
+    return {texts.scenario, parseSpeed("--scenario-speed", texts.scenarioSpeed),
+            texts.scenarioExit};
+}
+
+Finished completion(const std::string& shell) {
+    if (shell != "bash") {
+        throw UsageError("completion: '" + shell + "' can't be used; allowed: bash");
+    }
+    return {kExitOk, std::string(completionScript()), ""};
+}
+
+void setJournalOptions(const Texts& texts, ServeOptions& options) {
+    options.journalEntries = parseCount("--journal", texts.journal, Journal::kLargestCapacity);
+    if (options.journalEntries == 0) {
+        throw UsageError("--journal: '" + texts.journal +
+                         "' can't be used; allowed: a whole number from 1 to 1000000");
+    }
+    options.journalFile = texts.journalFile;
+    options.pcapFile = texts.pcap;
 }
 
 ServeOptions serveOptions(const Texts& texts, bool nvsGiven) {
@@ -117,10 +200,25 @@ ServeOptions serveOptions(const Texts& texts, bool nvsGiven) {
                                                   : parseCount("--seed", texts.seed, UINT32_MAX);
     options.controlPath = parseSocketPath("--control", texts.control);
     options.verbose = texts.verbose;
+    options.chassis.jitter = parseDuration("--jitter", texts.jitter, kLongestLatency);
+    setJournalOptions(texts, options);
+    options.scenario = scenarioOptions(texts);
     if (texts.configured && nvsGiven && options.chassis.nvsEnabled) {
         throw UsageError("--nvs: 'on' can't be used with --configured; allowed: off");
     }
     return options;
+}
+
+/// What to say of an option that doesn't exist.
+std::string unknownText(const std::string& text, bool isControl) {
+    if (!isControl) {
+        return text + " (see chassis-sim --help)";
+    }
+    std::vector<std::string> names{"--json", "--control", "--timeout"};
+    for (const auto& option : commandOptions()) {
+        names.push_back(std::string("--") + option.name);
+    }
+    return text + "; options of ctl: " + joined(names);
 }
 
 ControlOptions controlOptions(const Texts& texts) {
@@ -129,6 +227,7 @@ ControlOptions controlOptions(const Texts& texts) {
     options.controlPath = parseSocketPath("--control", texts.control);
     options.timeout = parseDuration("--timeout", texts.timeout, kLongestTimeout);
     options.json = texts.json;
+    options.named = texts.named;
     return options;
 }
 
@@ -155,7 +254,12 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
         if (app.got_subcommand("ctl")) {
             return controlOptions(texts);
         }
+        if (app.got_subcommand("completion")) {
+            return completion(texts.shell);
+        }
         return serveOptions(texts, app.count("--nvs") > 0);
+    } catch (const CLI::ExtrasError& error) {
+        return failure(kExitUsage, unknownText(error.what(), app.got_subcommand("ctl")), json);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
             std::ostringstream output;

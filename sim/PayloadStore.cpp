@@ -1,5 +1,7 @@
 #include "sim/PayloadStore.h"
 
+#include <algorithm>
+
 namespace ponmgr::sim {
 
 namespace {
@@ -31,6 +33,17 @@ void PayloadStore::erase(std::uint16_t id, std::uint64_t key) {
 const std::vector<std::uint8_t>* PayloadStore::find(std::uint16_t id, std::uint64_t key) const {
     const auto found = payloads.find(combined(id, key));
     return found == payloads.end() ? nullptr : &found->second;
+}
+
+std::vector<std::uint64_t> PayloadStore::keysOf(std::uint16_t id) const {
+    std::vector<std::uint64_t> keys;
+    for (const auto& [idAndKey, payload] : payloads) {
+        if (static_cast<std::uint16_t>(idAndKey >> kKeyBits) == id) {
+            keys.push_back(idAndKey & ((std::uint64_t{1} << kKeyBits) - 1));
+        }
+    }
+    std::ranges::sort(keys);
+    return keys;
 }
 
 std::map<std::uint16_t, std::size_t> PayloadStore::countPerId() const {

@@ -25,6 +25,8 @@ public:
     /// Null when nothing is stored; valid until the next put or erase.
     const std::vector<std::uint8_t>* find(std::uint16_t id, std::uint64_t key) const;
     std::size_t size() const { return payloads.size(); }
+    /// The keys of a request id that something is stored under, ascending.
+    std::vector<std::uint64_t> keysOf(std::uint16_t id) const;
     /// How many entries each request id has, by id.
     std::map<std::uint16_t, std::size_t> countPerId() const;
 

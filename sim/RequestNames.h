@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace ponmgr::sim {
@@ -22,5 +23,9 @@ inline constexpr std::uint16_t kOnuLinkMoved = 0x802B;
 
 /// English name of a request or event; "unknown" for an id that a card doesn't know.
 std::string_view nameOfMessage(std::uint16_t id);
+
+/// The id of a request or event, given by its name, in any case, or by a number in decimal or
+/// behind 0x. Throws UsageError that lists the names; `option` is the value's name for its text.
+std::uint16_t parseMessageId(const std::string& option, const std::string& text);
 
 }  // namespace ponmgr::sim

@@ -8,6 +8,8 @@
 #include <system_error>
 
 #include "sim/DatagramLine.h"
+#include "sim/journal/JournalFile.h"
+#include "sim/journal/PcapFile.h"
 
 namespace ponmgr::sim {
 
@@ -26,14 +28,12 @@ sigset_t endSignals() {
     return set;
 }
 
-Chassis::Observer observerFor(bool verbose) {
-    if (!verbose) {
-        return {};
-    }
-    return [](const DatagramEvent& event) {
-        std::cout << describeDatagram(event) + '\n' << std::flush;
-    };
-}
+/// One line a datagram on the standard output.
+class VerboseLines final : public JournalSink {
+public:
+    void write(const JournalEntry& entry) override { std::cout << describeDatagram(entry) + '\n'; }
+    void flush() override { std::cout << std::flush; }
+};
 
 }  // namespace
 
@@ -47,54 +47,70 @@ void prepareSignals() {
 
 Simulator::Simulator(const ServeOptions& given)
     : options(given),
-      chassis(
-          options.chassis, loop.timers(),
-          [this](const Card& card, Endpoint to, std::span<const std::uint8_t> datagram) {
-              return transmit(card, to, datagram);
-          },
-          observerFor(options.verbose)),
-      verbs(chassis, loop.timers()),
+      chassis(options.chassis, loop.timers(),
+              [this](const Card& card, Endpoint to, std::span<const std::uint8_t> datagram) {
+                  return wire.path().send(card.slot, card.address, to, datagram);
+              }),
+      wire(
+          options.journalEntries, options.chassis.seed, loop.timers(), chassis,
+          [this](Endpoint local) { sockets.open(local); },
+          [this](Endpoint local, Endpoint to, std::span<const std::uint8_t> datagram) {
+              return sockets.send(local, to, datagram);
+          }),
+      verbs(chassis, loop.timers(), &wire),
       receiveBuffer(kReceiveBufferSize) {
+    addJournalSinks();
     bindCards();
     control = std::make_unique<ControlServer>(loop, options.controlPath, verbs);
-    loop.setAfterBatch([this] { verbs.check(); });
+    loop.setAfterBatch([this] {
+        verbs.check();
+        wire.journal().flush();
+    });
     watchSignals();
 }
 
 Simulator::~Simulator() {
-    for (const auto& [slot, endpoint] : endpoints) {
-        loop.remove(endpoint.descriptor());
+    for (const auto& card : chassis.cards()) {
+        loop.remove(sockets.at(card.address).descriptor());
+    }
+    wire.journal().flush();
+}
+
+void Simulator::addJournalSinks() {
+    if (options.verbose) {
+        wire.journal().addSink(std::make_unique<VerboseLines>());
+    }
+    if (!options.journalFile.empty()) {
+        wire.journal().addSink(std::make_unique<JournalFile>(options.journalFile));
+    }
+    if (!options.pcapFile.empty()) {
+        wire.journal().addSink(std::make_unique<PcapFile>(options.pcapFile));
     }
 }
 
 void Simulator::bindCards() {
     for (auto& card : chassis.cards()) {
         try {
-            endpoints.emplace(card.slot, card.address);
+            sockets.open(card.address);
         } catch (const std::system_error& error) {
             throw std::runtime_error("can't bind the card in slot " + std::to_string(card.slot) +
                                      " to " + toText(card.address) + ": " + error.code().message());
         }
-        loop.add(endpoints.at(card.slot).descriptor(), EPOLLIN,
+        loop.add(sockets.at(card.address).descriptor(), EPOLLIN,
                  [this, &card](std::uint32_t) { receiveAll(card); });
     }
 }
 
 void Simulator::receiveAll(Card& card) {
-    const auto& endpoint = endpoints.at(card.slot);
+    const auto& endpoint = sockets.at(card.address);
     for (int i = 0; i < kMostInARow; ++i) {
         Endpoint from;
         const auto size = endpoint.receive(receiveBuffer, from);
         if (!size) {
             return;
         }
-        chassis.receive(card, from, std::span(receiveBuffer).first(*size));
+        wire.path().receive(card.slot, card.address, from, std::span(receiveBuffer).first(*size));
     }
-}
-
-bool Simulator::transmit(const Card& card, Endpoint to,
-                         std::span<const std::uint8_t> datagram) const {
-    return endpoints.at(card.slot).send(to, datagram);
 }
 
 void Simulator::watchSignals() {
@@ -106,7 +122,8 @@ void Simulator::watchSignals() {
 std::string Simulator::readyLine() const {
     std::string slots;
     for (const auto slot : options.chassis.slots) {
-        slots += (slots.empty() ? "" : ",") + std::to_string(slot);
+        slots += slots.empty() ? "" : ",";
+        slots += std::to_string(slot);
     }
     return "chassis-sim ready: slots " + slots + " at " + addressText(options.chassis.base) +
            " + slot, port " + std::to_string(options.chassis.port) + ", control " +

@@ -1,24 +1,24 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "sim/CardSockets.h"
 #include "sim/Chassis.h"
+#include "sim/ChassisWire.h"
 #include "sim/ControlServer.h"
 #include "sim/ControlVerbs.h"
 #include "sim/EventLoop.h"
 #include "sim/Options.h"
-#include "sim/UdpEndpoint.h"
 
 namespace ponmgr::sim {
 
 /// The whole program: every card's socket, the control socket and the loop that serves them.
 class Simulator {
 public:
-    /// Binds everything. Throws std::runtime_error that names what can't be bound.
+    /// Binds everything. Throws std::runtime_error that names what can't be bound or written.
     explicit Simulator(const ServeOptions& options);
     Simulator(const Simulator&) = delete;
     Simulator& operator=(const Simulator&) = delete;
@@ -32,18 +32,19 @@ public:
     void run();
 
     EventLoop& eventLoop() { return loop; }
+    ControlVerbs& controlVerbs() { return verbs; }
 
 private:
     void bindCards();
     void receiveAll(Card& card);
-    bool transmit(const Card& card, Endpoint to, std::span<const std::uint8_t> datagram) const;
+    void addJournalSinks();
     void watchSignals();
 
     ServeOptions options;
     EventLoop loop;
     Chassis chassis;
-    /// One a card, by slot.
-    std::map<int, UdpEndpoint> endpoints;
+    CardSockets sockets;
+    ChassisWire wire;
     ControlVerbs verbs;
     std::unique_ptr<ControlServer> control;
     FileDescriptor signals;

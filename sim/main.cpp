@@ -1,12 +1,17 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
 #include "sim/ControlCommands.h"
+#include "sim/OptionValues.h"
 #include "sim/Options.h"
+#include "sim/Scenario.h"
+#include "sim/ScenarioPlayer.h"
 #include "sim/Simulator.h"
 
 namespace {
@@ -19,10 +24,34 @@ int show(const Finished& finished) {
     return finished.status;
 }
 
+/// Until a signal comes, or the scenario has ended and is to end the simulator.
+int runWithScenario(Simulator& simulator, const ServeOptions& options, Scenario scenario) {
+    ScenarioPlayer player(std::move(scenario), options.scenario.speed,
+                          simulator.eventLoop().timers(), simulator.controlVerbs(),
+                          [](const std::string& line) { std::cout << line + '\n'
+                                                                  << std::flush; });
+    simulator.controlVerbs().setScenarioReport([&player] { return player.status(); });
+    player.start([&] {
+        if (options.scenario.exit) {
+            simulator.eventLoop().stop();
+        }
+    });
+    simulator.run();
+    simulator.controlVerbs().setScenarioReport({});
+    return options.scenario.exit && player.failures() > 0 ? kExitFailed : kExitOk;
+}
+
 int serve(const ServeOptions& options) {
+    std::optional<Scenario> scenario;
+    if (!options.scenario.file.empty()) {
+        scenario = readScenario(options.scenario.file, options.chassis);
+    }
     prepareSignals();
     Simulator simulator(options);
     std::cout << simulator.readyLine() << std::endl;
+    if (scenario) {
+        return runWithScenario(simulator, options, std::move(*scenario));
+    }
     simulator.run();
     return kExitOk;
 }
@@ -41,6 +70,8 @@ int main(int argc, char** argv) {
             return show(runControlCommand(*control));
         }
         return serve(std::get<ServeOptions>(commandLine));
+    } catch (const UsageError& error) {
+        return show(failure(kExitUsage, error.what(), false));
     } catch (const std::exception& error) {
         return show(failure(kExitFailed, error.what(), false));
     }

@@ -6,6 +6,8 @@ build_packages=(
     g++ cmake ninja-build pkg-config   # the build
     libcjson-dev                       # JSON in the daemon
     nlohmann-json3-dev libcli11-dev    # JSON and command lines of chassis-sim and dbman
+    libsqlite3-dev                     # the database of dbman
+    libedit-dev                        # dbman's console
     iputils-ping                       # the daemon's probe
 )
 run_packages=(jq)

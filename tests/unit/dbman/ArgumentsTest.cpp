@@ -63,10 +63,73 @@ TEST(ParseMacAddress, IsReturnedInLowerCase) {
 }
 
 TEST(ParseMacAddress, RefusesEverythingElse) {
-    for (const auto* text : {"", "000db6000003", "00-0d-b6-00-00-03", "00:0d:b6:00:00", "all",
-                             "00:0d:b6:00:00:0g", "00:0d:b6:00:00:03:", "0:00d:b6:00:00:03"}) {
+    for (const auto* text :
+         {"", "000db600000", "00-0d:b6-00-00-03", "00:0d:b6:00:00", "all", "00:0d:b6:00:00:0g",
+          "00:0d:b6:00:00:03:", "0:00d:b6:00:00:03", "000db60000034", "00.0d.b6.00.00.03",
+          "00 0d b6 00 00 03", "--:--:--"}) {
         EXPECT_THROW(parseMacAddress(text), ArgumentError) << text;
     }
+}
+
+TEST(ParseMacAddress, TakesHyphensAndNoSeparator) {
+    EXPECT_EQ(parseMacAddress("00-0D-B6-AF-00-03"), "00:0d:b6:af:00:03");
+    EXPECT_EQ(parseMacAddress("000DB6af0003"), "00:0d:b6:af:00:03");
+}
+
+TEST(ParseMacAddress, NamesTheFormsThatAreAllowed) {
+    EXPECT_EQ(refusalOf([] { parseMacAddress("0:1"); }),
+              "MAC address \"0:1\" is not allowed: six pairs of hex digits, such as "
+              "00:0d:b6:00:00:03, 00-0D-B6-00-00-03 or 000db6000003");
+}
+
+TEST(ParsePort, TakesZeroAndOne) {
+    EXPECT_EQ(parsePort("0"), 0);
+    EXPECT_EQ(parsePort("1"), 1);
+    EXPECT_EQ(refusalOf([] { parsePort("2"); }),
+              "port \"2\" is not allowed: a card has the PON ports 0 and 1");
+}
+
+TEST(ParseLevel, TakesDecibelsWithAndWithoutTheUnit) {
+    EXPECT_EQ(parseLevel("-25"), -25.0);
+    EXPECT_EQ(parseLevel("-25.5dBm"), -25.5);
+    EXPECT_EQ(parseLevel("-25DBM"), -25.0);
+    EXPECT_EQ(parseLevel("3"), 3.0);
+    EXPECT_EQ(refusalOf([] { parseLevel("low"); }),
+              "level \"low\" is not allowed: a number of dBm from -60 to 20, such as -25 or "
+              "-25.5dBm");
+}
+
+TEST(ParseLevel, RefusesEverythingElse) {
+    for (const auto* text : {"", "dBm", "-", "nan", "-inf", "-60.1", "20.1", "-25 dBm", "-25dB",
+                             "1e1", "0x10", "-25,5"}) {
+        EXPECT_THROW(parseLevel(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseDuration, TakesSecondsMinutesHoursAndDays) {
+    using std::chrono::seconds;
+    EXPECT_EQ(parseDuration("90s"), seconds(90));
+    EXPECT_EQ(parseDuration("15m"), seconds(900));
+    EXPECT_EQ(parseDuration("24h"), seconds(86'400));
+    EXPECT_EQ(parseDuration("7d"), seconds(604'800));
+    EXPECT_EQ(parseDuration("3650d"), seconds(315'360'000));
+    EXPECT_EQ(refusalOf([] { parseDuration("24"); }),
+              "time \"24\" is not allowed: a number and s, m, h or d, at most 3650d, such as 90s, "
+              "15m, 24h or 7d");
+}
+
+TEST(ParseDuration, RefusesEverythingElse) {
+    for (const auto* text : {"", "s", "0s", "-1h", "1.5h", "1w", "1 h", "3651d", "99999999999s"}) {
+        EXPECT_THROW(parseDuration(text), ArgumentError) << text;
+    }
+}
+
+TEST(ParseCount, TakesOneToTenThousand) {
+    EXPECT_EQ(parseCount("1"), 1);
+    EXPECT_EQ(parseCount("10000"), 10'000);
+    EXPECT_EQ(refusalOf([] { parseCount("0"); }),
+              "count \"0\" is not allowed: a number from 1 to 10000");
+    EXPECT_THROW(parseCount("10001"), ArgumentError);
 }
 
 TEST(ParseVlan, TakesOneTo4095) {

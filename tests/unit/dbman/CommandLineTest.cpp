@@ -37,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
         Words{"slot", "enable", "0"}, Words{"slot", "reset", "9"}, Words{"slot", "disable", "-1"},
         Words{"slot", "announce", "every"}, Words{"slot", "reset", "1", "2"},
         Words{"card", "list", "x"}, Words{"onu", "list", "--slot", "9"},
-        Words{"onu", "remove", "001122334455"}, Words{"onu", "reset"},
+        Words{"onu", "remove", "00112233445"}, Words{"onu", "reset"},
         Words{"onu", "vlan", "00:11:22:33:44:55", "4096", "--slot", "1"},
         Words{"port", "vlan", "3/2", "5"}, Words{"port", "vlan", "3/1"},
         Words{"port", "vlan", "3/1", "0"}, Words{"port", "vlan", "3/1", "5", "--remove"},
@@ -190,7 +190,7 @@ TEST(CommandLine, ShowsTheCounters) {
     EXPECT_THAT(json, StartsWith("{\"uptime_seconds\":"));
     EXPECT_THAT(json, HasSubstr("\"notifications\":{\"/olt/alarm/new\":0,"));
     EXPECT_THAT(json, HasSubstr("\"unknown\":0,\"malformed\":1,\"link_errors\":0"));
-    EXPECT_THAT(runProgram({"status"}).out, HasSubstr("malformed messages    1\n"));
+    EXPECT_THAT(runProgram({"status"}).out, testing::ContainsRegex("malformed messages +1\n"));
 }
 
 TEST(CommandLine, HelpsAndNamesItsVersion) {

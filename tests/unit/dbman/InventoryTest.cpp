@@ -81,6 +81,49 @@ TEST(Inventory, RefusesAFurtherOnuWhenItIsFullButStillUpdatesTheOthers) {
     EXPECT_EQ(inventory.onus(std::nullopt).size(), Inventory::kMaximumOnus);
 }
 
+TEST(Inventory, ACardWithoutAddressIsOfUnknownState) {
+    Inventory inventory(makeSlotConfiguration({3}, 0x7F000100, 0x7F000001));
+    inventory.updateCard(3, {{"online_status", "1"}, {"app_version", "0417"}}, {}, Time());
+    inventory.setAddress(3, std::nullopt);
+    const auto card = inventory.findCard(3);
+    ASSERT_TRUE(card);
+    EXPECT_EQ(card->state, State::unknown);
+    EXPECT_EQ(card->address, "");
+    EXPECT_EQ(valueOf(card->record, "app_version"), "0417");
+}
+
+TEST(Inventory, WhatAFormerRunHasKnownIsNoChangeAndKeepsTheAddresses) {
+    Inventory inventory(makeSlotConfiguration({3}, 0x7F000100, 0x7F000001));
+    Card card;
+    card.slot = 3;
+    card.state = State::online;
+    inventory.load({card}, {{"00:11:22:33:44:55", 3, State::online, {}, Time()}});
+    EXPECT_EQ(inventory.findCard(3)->address, "127.0.1.3");
+    EXPECT_EQ(inventory.findCard(3)->state, State::online);
+    EXPECT_TRUE(inventory.findOnu("00:11:22:33:44:55"));
+    const auto changes = inventory.takeChanges();
+    EXPECT_TRUE(changes.cards.empty());
+    EXPECT_TRUE(changes.onus.empty());
+}
+
+TEST(Inventory, ChangesAreTakenOnceUnlessTheyAreMarkedAgain) {
+    Inventory inventory(SlotConfiguration{});
+    inventory.updateCard(3, {}, {}, Time());
+    inventory.updateOnu("a", 3, {}, Time());
+    inventory.updateOnu("b", 3, {}, Time());
+    inventory.removeOnu("b");
+    const auto changes = inventory.takeChanges();
+    EXPECT_EQ(changes.cards.size(), 1U);
+    EXPECT_EQ(changes.onus.size(), 1U);
+    EXPECT_EQ(changes.removedOnus, std::vector<std::string>{"b"});
+    EXPECT_TRUE(inventory.takeChanges().onus.empty());
+    inventory.markChanged(changes);
+    const auto again = inventory.takeChanges();
+    EXPECT_EQ(again.cards.size(), 1U);
+    EXPECT_EQ(again.onus.size(), 1U);
+    EXPECT_EQ(again.removedOnus.size(), 1U);
+}
+
 }  // namespace
 
 }  // namespace ponmgr::dbman

@@ -5,6 +5,8 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <variant>
+#include <vector>
 
 #include "dbman/Notifications.h"
 
@@ -13,6 +15,12 @@ namespace ponmgr::dbman::test {
 /// Notifications over an inventory of the slots 1 and 3, at a time that stands still.
 class NotificationsFixture : public testing::Test {
 protected:
+    NotificationsFixture() {
+        for (const auto& [slot, address] : makeSlotConfiguration({1, 3}, 0x7F000100, 0x7F000001)) {
+            inventory.setAddress(slot, address);
+        }
+    }
+
     static std::string line(const std::string& text) {
         return "2001-09-09T01:46:40.000Z " + text + "\n";
     }
@@ -33,13 +41,29 @@ protected:
         return counters.toJson()["notifications"][uri];
     }
 
-    const Time time = Time() + std::chrono::seconds(1'000'000'000);
+    /// The rows of one kind that were to be kept.
+    template <typename Row>
+    std::vector<Row> kept() const {
+        std::vector<Row> result;
+        for (const auto& row : rows) {
+            if (const auto* found = std::get_if<Row>(&row)) {
+                result.push_back(*found);
+            }
+        }
+        return result;
+    }
+
+    Time time = Time() + std::chrono::seconds(1'000'000'000);
     std::ostringstream stream;
     Output output{stream, false, [this] { return time; }};
     Counters counters{Notifications::uris()};
-    Inventory inventory{makeSlotConfiguration({1, 3}, 0x7F000100, 0x7F000001)};
+    CurrentState state;
+    Inventory& inventory = state.inventory;
+    std::vector<HistoryRow> rows;
     int answers = 0;
-    Notifications notifications{inventory, counters, output, [this] { ++answers; }};
+    Notifications notifications{state, counters, output,
+                                [this](HistoryRow row) { rows.push_back(std::move(row)); },
+                                [this] { ++answers; }};
 };
 
 }  // namespace ponmgr::dbman::test

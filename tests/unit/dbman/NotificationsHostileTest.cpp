@@ -84,8 +84,9 @@ TEST_F(HostileNotifications, OfManyAlarmsOnlySomeAreShown) {
     }
     handle("/olt/alarm/new", R"({"alarm_list":[)" + list + "]}");
     const auto text = shown();
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 257);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 258);
     EXPECT_THAT(text, testing::HasSubstr("/olt/alarm/new and 744 more alarms\n"));
+    EXPECT_THAT(text, testing::HasSubstr("/olt/alarm/new 1000 of them changed no alarm state\n"));
 }
 
 TEST_F(HostileNotifications, EscapeSequencesDoNotReachTheTerminal) {

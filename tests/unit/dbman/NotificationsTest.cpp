@@ -117,7 +117,8 @@ TEST_F(NotificationsTest, AnUnknownUriIsCountedAndShown) {
 TEST_F(NotificationsTest, QuietShowsNothingButKeepsAll) {
     std::ostringstream quietStream;
     Output quiet(quietStream, true);
-    Notifications silent(inventory, counters, quiet, [] {});
+    Notifications silent(
+        state, counters, quiet, [](const HistoryRow&) {}, [] {});
     silent.handle(
         R"({"action":"set","uri":"/olt/new","data":{"slot_id":"3","online_status":"1"}})");
     silent.handle("x");

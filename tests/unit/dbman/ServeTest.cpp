@@ -27,7 +27,7 @@ TEST(Server, SaysThatItIsReadyOnceItListens) {
     const RunningServer running;
     EXPECT_EQ(running.output.text(),
               "dbman ready: notifications at /tmp/pmdbman.ipc, commands to /tmp/dbpman.ipc, "
-              "control at /tmp/dbman.ctl, slots 1,3\n");
+              "control at /tmp/dbman.ctl, database /tmp/dbman.db, slots 1,3\n");
     EXPECT_NO_THROW(notify("x"));
 }
 
@@ -111,7 +111,8 @@ TEST(Server, LeavesNoSocketWhenItsControlPathIsTaken) {
 
 TEST(Serve, RefusesToBeASecondOne) {
     const RunningServer running;
-    const auto outcome = test::runProgram({"serve", "--control", "/tmp/second.ctl"});
+    const auto outcome =
+        test::runProgram({"serve", "--control", "/tmp/second.ctl", "--database", "/tmp/second.db"});
     EXPECT_EQ(outcome.code, ExitCode::failed);
     EXPECT_THAT(outcome.err, StartsWith("dbman: can't listen at /tmp/pmdbman.ipc: "));
     EXPECT_THAT(outcome.err, HasSubstr("is another dbman running?"));
@@ -130,7 +131,8 @@ int serveUntil(int signal) {
     const pid_t child = fork();
     if (child == 0) {
         std::ofstream out("/tmp/out");
-        const auto code = runDbman({"serve", "--slots", "2-3,5"}, out, out);
+        const auto code =
+            runDbman({"serve", "--slots", "2-3,5", "--database", "/tmp/dbman.db"}, out, out);
         _exit(static_cast<int>(code));
     }
     EXPECT_TRUE(ponmgr::test::waitFor(

@@ -1,22 +1,9 @@
-#include "dbman/Table.h"
+#include "dbman/Json.h"
 #include "dbman/Views.h"
 
 namespace ponmgr::dbman {
 
 namespace {
-
-TEST(Table, PutsColumnsUnderEachOther) {
-    Table table({"slot", "MAC"});
-    table.addRow({"1", "ü"});
-    table.addRow({"22222", ""});
-    EXPECT_EQ(table.text(), "slot   MAC\n1      ü\n22222  -\n");
-}
-
-TEST(Table, ShowsNoControlCharacters) {
-    Table table({"a"});
-    table.addRow({"\x1b[31m"});
-    EXPECT_EQ(table.text(), "a\n?[31m\n");
-}
 
 TEST(ViewCards, ShowsTheColumnsOfACard) {
     const auto answer =

@@ -1,4 +1,7 @@
+#include <nlohmann/json.hpp>
+
 #include "ChassisFixture.h"
+#include "sim/SettingsReport.h"
 
 namespace ponmgr::sim {
 namespace {
@@ -133,6 +136,71 @@ TEST_F(CardReset, WithNvsSwitchedOnAgainBringsBackWhatItHeld) {
     resetCompletely();
     EXPECT_TRUE(card().configuration.isMarked());
     EXPECT_TRUE(card().configuration.domains.empty());
+}
+
+/// A card with one ONU at each port and all that the manager sets.
+class ManagedCardReset : public CardReset {
+protected:
+    ManagedCardReset() {
+        settings.configured = true;
+        settings.onusPerPort = 1;
+        build();
+        EXPECT_EQ(resultOf(273, "000db6010000 80010100 0001 01 8100 0064"), 0);
+        EXPECT_EQ(resultOf(400, "05" + kMac +
+                                    "0000 00 01 08 01 04 05 01 8100 0064 01 01 00 00 "
+                                    "0000000000000000 07"),
+                  0);
+    }
+
+    Json ofOnu() { return onuSettings(card().configuration, onu(0, 0)); }
+};
+
+TEST_F(ManagedCardReset, BeginsWithEverythingSet) {
+    const auto ofCard = cardSettings(card().configuration);
+    for (const auto& [name, values] : ofCard.items()) {
+        EXPECT_FALSE(values.empty()) << name;
+    }
+    const auto ofLink = ofOnu();
+    for (const auto& [name, value] : ofLink.items()) {
+        EXPECT_TRUE(value.is_string()) << name;
+    }
+    EXPECT_EQ(ofCard.at("loop_timing").dump(),
+              R"([{"port":0,"data":"00001a5e0c350000"},{"port":1,"data":"00001a5e0c350000"}])");
+    EXPECT_EQ(ofLink.at("port_vlan"),
+              "80010100000101"
+              "81000064");
+}
+
+TEST_F(ManagedCardReset, WithNvsOffLosesEverySetting) {
+    resetCompletely();
+    const auto ofCard = cardSettings(card().configuration);
+    for (const auto& [name, values] : ofCard.items()) {
+        EXPECT_TRUE(values.empty()) << name;
+    }
+    const auto ofLink = ofOnu();
+    for (const auto& [name, value] : ofLink.items()) {
+        EXPECT_TRUE(value.is_null()) << name;
+    }
+    EXPECT_TRUE(card().configuration.rules[0].all().empty());
+    EXPECT_EQ(card().configuration.bridgingType, 0);
+}
+
+TEST_F(ManagedCardReset, WithNvsOnKeepsEverySetting) {
+    card().nvsCurrent = true;
+    card().nvsAfterNextBoot = true;
+    const auto before = cardSettings(card().configuration);
+    const auto onuBefore = ofOnu();
+    resetCompletely();
+    EXPECT_EQ(cardSettings(card().configuration), before);
+    EXPECT_EQ(ofOnu(), onuBefore);
+    EXPECT_EQ(card().configuration.rules[0].all().size(), 1U);
+}
+
+TEST_F(ManagedCardReset, CountsItsEventsFromOneAgain) {
+    chassis->onuNetwork().setPlugged(card(), onu(0, 0), false);
+    EXPECT_EQ(card().lastSequence, 1);
+    resetCompletely();
+    EXPECT_EQ(card().lastSequence, 0);
 }
 
 TEST_F(CardReset, LeavesTheOtherCardsAlone) {

@@ -46,6 +46,30 @@ TEST_F(ChassisTest, AnswersEachRequestAtItsOwnTimeInTheirOrder) {
     EXPECT_EQ(sent[2].hex.substr(4, 4), "0003");
 }
 
+TEST_F(ChassisTest, AnswersWithinTheJitterInTheirOrder) {
+    settings.latency = 2ms;
+    settings.jitter = 8ms;
+    build();
+    for (const std::string ctag : {"0001", "0002", "0003", "0004", "0005"}) {
+        receive("0008" + ctag + "0000");
+    }
+    advance(1999us);
+    EXPECT_TRUE(sent.empty());
+    advance(8001us);
+    ASSERT_EQ(sent.size(), 5U);
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+        EXPECT_EQ(sent[i].hex.substr(4, 4), "000" + std::to_string(i + 1));
+    }
+}
+
+TEST_F(ChassisTest, SaysWhyItDropsADatagram) {
+    EXPECT_EQ(chassis->receive(card(), kManager, bytesOf("0007 0001 0000")), "");
+    EXPECT_EQ(chassis->receive(card(), kManager, bytesOf("0007")), "shorter than a header");
+    EXPECT_EQ(chassis->receive(card(), kManager, bytesOf("8000 0001 0000")), "not a request");
+    card().muted = true;
+    EXPECT_EQ(chassis->receive(card(), kManager, bytesOf("0007 0001 0000")), "the card is muted");
+}
+
 TEST_F(ChassisTest, DropsDatagramsWithoutAWholeHeaderAndCountsThem) {
     receive("");
     receive("0007000100");

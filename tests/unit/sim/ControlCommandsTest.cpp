@@ -25,11 +25,11 @@ TEST(ControlCommands, ListPrintsATableWithOneRowACard) {
     EXPECT_EQ(
         end.output,
         "slot  address    state    nvs  marker  enabled  domains  onus  discovered  provisioned  "
-        "requests  muted\n"
+        "requests  muted  faults\n"
         "1     127.0.1.1  factory  on   no      yes      0        0     0           0            "
-        "0         no\n"
+        "0         no     0\n"
         "2     127.0.1.2  factory  on   no      yes      0        0     0           0            "
-        "0         no\n");
+        "0         no     0\n");
 }
 
 TEST(ControlCommands, ListPrintsAnObjectWithTheCardsAsJson) {
@@ -48,6 +48,36 @@ TEST(ControlCommands, ActOnOneCard) {
     EXPECT_EQ(run({"card", "2", "product-code", "3724"}).status, 0);
     EXPECT_THAT(run({"card", "2", "get"}).output, HasSubstr("product_code: 3724\n"));
     EXPECT_EQ(run({"card", "2", "reset"}).output, "slot 2: resetting\n");
+}
+
+TEST(ControlCommands, PullInsertAndSwapACard) {
+    const RunningSimulator running;
+    EXPECT_EQ(run({"card", "1", "pull"}).output, "slot 1: absent\n");
+    EXPECT_EQ(run({"card", "1", "reset"}).errorOutput,
+              "chassis-sim: slot 1 is empty; insert the card first\n");
+    ControlOptions insert{{"card", "1", "insert"}, RunningSimulator::kControlPath, {}, false};
+    insert.named = {{"product-code", "3724"}, {"factory", "on"}};
+    EXPECT_EQ(runControlCommand(insert).output, "slot 1: resetting\n");
+    EXPECT_THAT(run({"card", "1", "get"}).output, HasSubstr("product_code: 3724\n"));
+    EXPECT_EQ(run({"card", "1", "swap"}).output, "slot 1: resetting\n");
+    EXPECT_THAT(run({"truth"}).output,
+                testing::StartsWith("slot  mac                online  managed\n"
+                                    "1     00:0d:b6:00:01:01  no      yes\n"
+                                    "2     00:0d:b6:00:00:02  yes     yes\n"));
+    EXPECT_EQ(run({"scenario", "status"}).output, "no scenario\n");
+}
+
+TEST(ControlCommands, RefuseACardsOptionsWhereTheyMeanNothing) {
+    ControlOptions options{{"card", "1", "reset"}, RunningSimulator::kControlPath, {}, false};
+    options.named = {{"factory", "on"}};
+    EXPECT_THAT(runControlCommand(options).errorOutput, HasSubstr("takes no --factory"));
+    options.words = {"card", "1", "swap"};
+    EXPECT_THAT(runControlCommand(options).errorOutput, HasSubstr("its options: --product-code"));
+    options.words = {"card", "1", "insert"};
+    options.named = {{"factory", "on"}, {"as-it-was", "on"}};
+    EXPECT_THAT(runControlCommand(options).errorOutput, HasSubstr("allowed: one of the two"));
+    options.named = {{"product-code", "37"}};
+    EXPECT_THAT(runControlCommand(options).errorOutput, HasSubstr("four hex digits"));
 }
 
 TEST(ControlCommands, FailWithStatusOneWhenTheSimulatorRefuses) {
@@ -100,11 +130,18 @@ const Misuse kMisuses[] = {
      {"fly"},
      "unknown command 'fly'; there are: list, card, wait, onu, alarm, event"},
     {"TooManyWords", {"list", "all"}, "usage: chassis-sim ctl list"},
-    {"NoAction", {"card", "1"}, "actions: get, reset, mute, unmute, product-code, cut, restore"},
-    {"UnknownAction", {"card", "1", "fly"}, "unknown action 'fly'; there are: get, reset, mute"},
+    {"NoAction",
+     {"card", "1"},
+     "actions: get, reset, pull, insert, swap, mute, unmute, product-code, cut, "
+     "restore, leftover-path"},
+    {"UnknownAction", {"card", "1", "fly"}, "unknown action 'fly'; there are: get, reset, pull"},
     {"NoSlot", {"card", "9", "get"}, "card: '9' can't be used; allowed: a slot from 1 to 8"},
     {"NoValue", {"card", "1", "product-code"}, "usage: chassis-sim ctl card N product-code VALUE"},
     {"BadValue", {"card", "1", "product-code", "x"}, "allowed: four hex digits"},
+    {"SwapWithWords", {"card", "1", "swap", "now"}, "usage: chassis-sim ctl card N swap"},
+    {"TruthWithWords", {"truth", "now"}, "usage: chassis-sim ctl truth"},
+    {"ScenarioAlone", {"scenario"}, "usage: chassis-sim ctl scenario status"},
+    {"ScenarioWord", {"scenario", "stop"}, "unknown word 'stop'; there is: status"},
     {"WaitForWhat", {"wait"}, "usage: chassis-sim ctl wait in-service"},
     {"WaitForRain", {"wait", "rain"}, "can't wait for 'rain'; there is: in-service"},
 };

@@ -52,7 +52,7 @@ TEST_F(ControlVerbsTest, ListShowsOneRowACard) {
               R"({"slot":1,"address":"127.0.1.1","port":14113,"mac":"00:0d:b6:00:00:01",)"
               R"("state":"factory","nvs":true,"nvs_after_next_boot":true,"marker":false,)"
               R"("enabled":true,"domains":[],"requests":1,"muted":false,"onus_total":0,)"
-              R"("onus_discovered":0,"onus_provisioned":0})");
+              R"("onus_discovered":0,"onus_provisioned":0,"faults":0})");
 }
 
 TEST_F(ControlVerbsTest, ListShowsDomainsAsAnArray) {
@@ -99,7 +99,7 @@ TEST_F(ControlVerbsTest, ResetBeginsAtOnceAndNotTwice) {
 TEST_F(ControlVerbsTest, UnknownWordsAreAnsweredWithWhatThereIs) {
     EXPECT_EQ(errorOf(R"({"verb":"fly"})"),
               "unknown verb 'fly'; there are: list, get, set, reset, wait, onus, onu, fibre, "
-              "alarm, event");
+              "alarm, event, fault, journal, pull, insert, swap, truth, scenario");
     EXPECT_EQ(errorOf(R"({"verb":"set","card":1,"name":"color","value":1})"),
               "unknown setting 'color'; there are: muted, product-code, leftover-path");
     EXPECT_EQ(errorOf(R"({"verb":"get","card":3})"), "no card in slot 3; there are: 1, 2");
@@ -156,6 +156,25 @@ TEST_F(ControlVerbsTest, WaitThatTimesOutNamesTheCardsAndTheirReasons) {
               "disabled");
     EXPECT_EQ(replies->all[0].at("not_in_service").at(0).at("slot"), 2);
     EXPECT_EQ(replies->all[0].at("not_in_service").at(0).at("why").size(), 3U);
+}
+
+TEST_F(ControlVerbsTest, WaitDoesNotMindASlotWhoseCardWasPulled) {
+    bringIntoService(2);
+    EXPECT_EQ(request(R"({"verb":"pull","card":1})").at("state"), "absent");
+    EXPECT_EQ(request(R"({"verb":"wait","for":"in-service","timeout_ms":1000})").dump(),
+              R"({"in_service":[2]})");
+}
+
+TEST_F(ControlVerbsTest, WhatNeedsACardIsRefusedWhileItsSlotIsEmpty) {
+    request(R"({"verb":"pull","card":1})");
+    for (const std::string line :
+         {R"({"verb":"reset","card":1})", R"({"verb":"set","card":1,"name":"muted","value":true})",
+          R"({"verb":"event","card":1,"frame":"8019"})",
+          R"({"verb":"alarm","target":"1/0","alarm":"17","state":"raise"})"}) {
+        EXPECT_EQ(errorOf(line), "slot 1 is empty; insert the card first") << line;
+    }
+    EXPECT_EQ(request(R"({"verb":"get","card":1})").at("why_not_in_service").dump(),
+              R"(["the slot is empty"])");
 }
 
 TEST_F(ControlVerbsTest, WaitIsForgottenWhenNobodyIsThereToReplyTo) {

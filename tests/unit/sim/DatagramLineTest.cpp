@@ -4,10 +4,16 @@
 namespace ponmgr::sim {
 namespace {
 
-std::string lineFor(Direction direction, const std::string& hex, std::string_view dropped = {}) {
-    const Card card(3, {0x7F000103, 14113});
-    const auto bytes = bytesOf(hex);
-    return describeDatagram({card, direction, {0x7F000001, 14113}, bytes, dropped});
+std::string lineFor(Direction direction, const std::string& hex, std::string_view dropped = {},
+                    const std::vector<std::uint32_t>& faults = {}) {
+    JournalEntry entry;
+    entry.slot = 3;
+    entry.direction = direction;
+    entry.peer = {0x7F000001, 14113};
+    entry.bytes = bytesOf(hex);
+    entry.faults = faults;
+    entry.dropped = dropped;
+    return describeDatagram(entry);
 }
 
 TEST(DatagramLine, OfARequestHasItsNameIdCtagAndLength) {
@@ -28,6 +34,13 @@ TEST(DatagramLine, OfAnOltReadyEventHasNoResult) {
 TEST(DatagramLine, OfADroppedDatagramSaysWhy) {
     EXPECT_EQ(lineFor(Direction::toCard, "0007", "shorter than a header"),
               "slot 3 <- 127.0.0.1:14113 2 bytes, dropped: shorter than a header");
+}
+
+TEST(DatagramLine, NamesTheFaultsThatHaveHit) {
+    EXPECT_EQ(
+        lineFor(Direction::fromCard, "0007 0001 0002 0000", {}, {1, 12}),
+        "slot 3 -> 127.0.0.1:14113 Get OLT Information (7) ctag 1 length 2 result 0, fault 1, "
+        "fault 12");
 }
 
 }  // namespace

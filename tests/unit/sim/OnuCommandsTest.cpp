@@ -29,9 +29,9 @@ ServeOptions withOnus() {
 TEST(OnuCommands, ListPrintsATable) {
     const RunningSimulator running(withOnus());
     EXPECT_EQ(run({"onu", "list", "2/1"}).output,
-              "onu    mac                port  state    known  provisioned  ethernet  vlan\n"
-              "2/1/0  00:0d:b6:02:01:00  1     on-line  yes    yes          up        0\n"
-              "2/1/1  00:0d:b6:02:01:01  1     on-line  yes    yes          up        0\n");
+              "onu    mac                slot  port  state    known  provisioned  ethernet  vlan\n"
+              "2/1/0  00:0d:b6:02:01:00  2     1     on-line  yes    yes          up        0\n"
+              "2/1/1  00:0d:b6:02:01:01  2     1     on-line  yes    yes          up        0\n");
     EXPECT_EQ(Json::parse(run({"onu", "list"}, true).output).at("onus").size(), 8U);
 }
 
@@ -90,6 +90,9 @@ const Misuse kMisuses[] = {
     {"FadeTooMuch", {"onu", "1/0/0", "fade", "61"}, "0 to 60 decibels"},
     {"FadeNoNumber", {"onu", "1/0/0", "fade", "nan"}, "0 to 60 decibels"},
     {"MoveNowhere", {"onu", "1/0/0", "move", "2"}, "a whole number from 0 to 1"},
+    {"MoveToNoSlot", {"onu", "1/0/0", "move", "9/1"}, "a slot from 1 to 8"},
+    {"MoveToNoPort", {"onu", "1/0/0", "move", "2/2"}, "a whole number from 0 to 1"},
+    {"MoveTooFar", {"onu", "1/0/0", "move", "2/1/0"}, "SLOT/PORT, such as 5/1"},
     {"UnplugTooManyWords", {"onu", "1/0/0", "unplug", "now"}, "usage: chassis-sim ctl onu"},
     {"ListOfNothing", {"onu", "list", "9"}, "a slot from 1 to 8"},
     {"ListTooManyWords", {"onu", "list", "1", "2"}, "usage: chassis-sim ctl onu list"},

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <iterator>
 #include <set>
 
 #include "ChassisFixture.h"
@@ -13,7 +14,7 @@ namespace {
 
 Onu sampleOnu() {
     Random random(1);
-    auto onu = makeOnus(3, 124, random).at(124 + 7);
+    auto onu = *std::next(makeOnus(3, 124, random).begin(), 124 + 7);
     onu.roundTripTime = 0x1234;
     return onu;
 }

@@ -58,7 +58,7 @@ TEST_F(OnuVerbs, OnusListsAllOrThoseOfASlotOrAPort) {
     const auto rows = request(R"({"verb":"onus","of":"1/1"})").at("onus");
     ASSERT_EQ(rows.size(), 2U);
     EXPECT_EQ(rows[0].dump(),
-              R"({"onu":"1/1/0","mac":"00:0d:b6:01:01:00","port":1,"state":"on-line",)"
+              R"({"onu":"1/1/0","mac":"00:0d:b6:01:01:00","slot":1,"port":1,"state":"on-line",)"
               R"("known":false,"provisioned":false,"ethernet_up":false,"vlan":0})");
 }
 

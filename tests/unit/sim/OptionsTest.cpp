@@ -74,6 +74,18 @@ TEST(Options, OfTheOnusAreTakenFromTheCommandLine) {
     EXPECT_EQ(chassis.seed, 4294967295U);
 }
 
+TEST(Options, OfTheWireAreTakenFromTheCommandLine) {
+    EXPECT_EQ(served({}).chassis.jitter, 0s);
+    EXPECT_EQ(served({}).journalEntries, 10'000U);
+    EXPECT_EQ(served({}).journalFile + served({}).pcapFile, "");
+    const auto options = served(
+        {"--jitter", "3ms", "--journal", "5", "--journal-file", "/tmp/j", "--pcap", "/tmp/p"});
+    EXPECT_EQ(options.chassis.jitter, 3ms);
+    EXPECT_EQ(options.journalEntries, 5U);
+    EXPECT_EQ(options.journalFile, "/tmp/j");
+    EXPECT_EQ(options.pcapFile, "/tmp/p");
+}
+
 TEST(Options, WithoutASeedTakeAnotherEveryTime) {
     const std::set<std::uint32_t> seeds{served({}).chassis.seed, served({}).chassis.seed,
                                         served({}).chassis.seed, served({}).chassis.seed};
@@ -128,6 +140,9 @@ const BadValue kBadValues[] = {
     {"DiscoveryIntervalTooLong", "--discovery-interval", "61s", "up to 60s"},
     {"OnuResetTimeWord", "--onu-reset-time", "soon", "us, ms or s"},
     {"OpticsIntervalWithoutUnit", "--optics-interval", "5", "us, ms or s"},
+    {"JitterTooLong", "--jitter", "61s", "up to 60s"},
+    {"JournalEmpty", "--journal", "0", "from 1 to 1000000"},
+    {"JournalTooLong", "--journal", "1000001", "to 1000000"},
     {"ControlTooLong", "--control", std::string(200, 'x'), "1 to 107 bytes"},
 };
 

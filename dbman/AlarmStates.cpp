@@ -1,0 +1,187 @@
+#include "dbman/AlarmStates.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace ponmgr::dbman {
+
+namespace {
+
+constexpr std::string_view kOnuLink = "ONU Link: ";
+constexpr std::string_view kOltLink = "OLT Link: ";
+// The daemon only ever raises it.
+constexpr std::string_view kLinkMoved = "ONU Link Moved Between PON Ports";
+// The two alarms that take a link off-line. A discovered link clears the first of them.
+constexpr std::string_view kReportTimeout = "Report Timeout";
+constexpr std::string_view kDyingGasp = "Standard Dying Gasp";
+
+bool isOfLink(const AlarmKey& key, const std::string& macAddress) {
+    return (key.resource.starts_with(kOnuLink) || key.resource.starts_with(kOltLink)) &&
+           key.resource.substr(kOnuLink.size()) == macAddress;
+}
+
+}  // namespace
+
+const char* alarmStateText(bool isRaised) {
+    return isRaised ? "raised" : "cleared";
+}
+
+void AlarmStates::load(const std::vector<AlarmState>& states) {
+    const std::lock_guard lock(mutex);
+    for (const auto& state : states) {
+        statesByKey[state.key] = state;
+        if (!state.isRaised) {
+            clearedByTime.emplace(state.lastChange, state.key);
+        }
+    }
+}
+
+bool AlarmStates::report(const AlarmKey& key, bool isRaised, Time time) {
+    const std::lock_guard lock(mutex);
+    if (!makeRoomFor(key)) {
+        return false;
+    }
+    auto& state = statesByKey[key];
+    state.key = key;
+    if (isRaised) {
+        raise(state, time);
+    }
+    if (!isRaised || key.alarm == kLinkMoved) {
+        clear(state, time);
+    }
+    if (!isRaised && key.alarm == kReportTimeout && key.resource.starts_with(kOnuLink)) {
+        const auto gasp = statesByKey.find({key.slot, key.resource, std::string(kDyingGasp)});
+        if (gasp != statesByKey.end() && gasp->second.isRaised) {
+            clear(gasp->second, time);
+        }
+    }
+    return true;
+}
+
+bool AlarmStates::makeRoomFor(const AlarmKey& key) {
+    if (statesByKey.size() < kMaximumStates || statesByKey.contains(key)) {
+        return true;
+    }
+    if (clearedByTime.empty()) {
+        return false;
+    }
+    forgetOldestCleared();
+    return true;
+}
+
+void AlarmStates::forgetOldestCleared() {
+    const auto oldest = clearedByTime.begin();
+    noteChange(oldest->second);
+    statesByKey.erase(oldest->second);
+    clearedByTime.erase(oldest);
+}
+
+void AlarmStates::raise(AlarmState& state, Time time) {
+    clearedByTime.erase({state.lastChange, state.key});
+    if (!state.isRaised) {
+        state.raised = time;
+        state.cleared.reset();
+    }
+    state.isRaised = true;
+    ++state.count;
+    state.lastChange = time;
+    noteChange(state.key);
+}
+
+void AlarmStates::clear(AlarmState& state, Time time) {
+    clearedByTime.erase({state.lastChange, state.key});
+    clearedByTime.emplace(time, state.key);
+    if (state.isRaised || !state.cleared) {
+        state.cleared = time;
+    }
+    state.isRaised = false;
+    state.lastChange = time;
+    noteChange(state.key);
+}
+
+void AlarmStates::clearLink(const std::string& macAddress, Time time) {
+    const std::lock_guard lock(mutex);
+    for (auto& [key, state] : statesByKey) {
+        if (state.isRaised && isOfLink(key, macAddress)) {
+            clear(state, time);
+        }
+    }
+}
+
+void AlarmStates::forgetClearedBefore(Time limit) {
+    const std::lock_guard lock(mutex);
+    while (!clearedByTime.empty() && clearedByTime.begin()->first < limit) {
+        forgetOldestCleared();
+    }
+}
+
+std::vector<AlarmState> AlarmStates::states(std::optional<int> slot, bool onlyRaised) const {
+    const std::lock_guard lock(mutex);
+    std::vector<AlarmState> result;
+    for (const auto& [key, state] : statesByKey) {
+        if ((!slot || key.slot == *slot) && (!onlyRaised || state.isRaised)) {
+            result.push_back(state);
+        }
+    }
+    return result;
+}
+
+std::vector<AlarmState> AlarmStates::raisedOfLink(const std::string& macAddress) const {
+    const std::lock_guard lock(mutex);
+    std::vector<AlarmState> result;
+    for (const auto& [key, state] : statesByKey) {
+        if (state.isRaised && isOfLink(key, macAddress)) {
+            result.push_back(state);
+        }
+    }
+    return result;
+}
+
+AlarmChanges AlarmStates::takeChanges() {
+    const std::lock_guard lock(mutex);
+    AlarmChanges result;
+    result.all = allChanged;
+    if (allChanged) {
+        for (const auto& [key, state] : statesByKey) {
+            result.states.push_back(state);
+        }
+    }
+    for (const auto& key : changed) {
+        const auto found = statesByKey.find(key);
+        if (found == statesByKey.end()) {
+            result.removed.push_back(key);
+        } else {
+            result.states.push_back(found->second);
+        }
+    }
+    changed.clear();
+    allChanged = false;
+    return result;
+}
+
+void AlarmStates::markChanged(const AlarmChanges& changes) {
+    const std::lock_guard lock(mutex);
+    if (changes.all) {
+        changed.clear();
+        allChanged = true;
+    }
+    for (const auto& key : changes.removed) {
+        noteChange(key);
+    }
+    for (const auto& state : changes.states) {
+        noteChange(state.key);
+    }
+}
+
+void AlarmStates::noteChange(const AlarmKey& key) {
+    if (!allChanged) {
+        changed.insert(key);
+    }
+    // Removed ones count too, and nobody bounds those while the changes aren't taken.
+    if (changed.size() > 2 * kMaximumStates) {
+        changed.clear();
+        allChanged = true;
+    }
+}
+
+}  // namespace ponmgr::dbman

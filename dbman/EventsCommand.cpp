@@ -1,0 +1,78 @@
+#include <optional>
+
+#include "dbman/AskCommand.h"
+#include "dbman/Columns.h"
+#include "dbman/CommandActions.h"
+#include "dbman/CommandRequest.h"
+#include "dbman/Errors.h"
+#include "dbman/Given.h"
+#include "dbman/Interruption.h"
+#include "dbman/Surroundings.h"
+
+namespace ponmgr::dbman {
+
+namespace {
+
+class EventReader {
+public:
+    EventReader(const Command& readCommand, const Given& readGiven, const Surroundings& readFrom)
+        : command(readCommand),
+          given(readGiven),
+          surroundings(readFrom),
+          request(requestOf(command, given)) {}
+
+    /// Shows what is new since the last call; at first the last events.
+    void show() {
+        const auto answer = ask(controlPath(given, surroundings), request, surroundings);
+        const bool first = !request.contains("after");
+        const bool empty = arrayOf(answer.json, "events").empty();
+        if (first || !empty) {
+            surroundings.out << (given.has("--json")
+                                     ? answer.text + "\n"
+                                     : command.view(answer.json, screenOf(surroundings)))
+                             << std::flush;
+        }
+        // More than the first answer's limit may come between two questions.
+        request.erase("limit");
+        if (answer.json.contains("last_id")) {
+            request["after"] = answer.json["last_id"];
+        }
+    }
+
+    bool canGoOn() const { return surroundings.out.good() && request.contains("after"); }
+
+private:
+    const Command& command;
+    const Given& given;
+    const Surroundings& surroundings;
+    Json request;
+};
+
+}  // namespace
+
+void showEvents(const Command& command, const Given& given, const Surroundings& surroundings) {
+    if (!given.has("--follow")) {
+        EventReader(command, given, surroundings).show();
+        return;
+    }
+    std::optional<Interruption> own;
+    Surroundings interruptible = surroundings;
+    if (interruptible.interruption == nullptr) {
+        interruptible.interruption = &own.emplace();
+    }
+    EventReader reader(command, given, interruptible);
+    try {
+        reader.show();
+        while (reader.canGoOn()) {
+            const auto arrived = interruptible.interruption->wait(surroundings.followInterval);
+            if (arrived.cancel || arrived.end) {
+                return;
+            }
+            reader.show();
+        }
+    } catch (const Cancelled&) {
+        // Ctrl-C is how it ends.
+    }
+}
+
+}  // namespace ponmgr::dbman

@@ -1,0 +1,211 @@
+#include "sim/faults/DatagramPath.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ponmgr::sim {
+
+namespace {
+
+constexpr std::string_view kDroppedByFault = "dropped by a fault";
+constexpr std::string_view kRefused = "the system refused to send it";
+
+bool sameBytes(const std::vector<std::uint8_t>& left, std::span<const std::uint8_t> right) {
+    return std::ranges::equal(left, right);
+}
+
+}  // namespace
+
+DatagramPath::DatagramPath(TimerQueue& queue, FaultTable& table, Journal& diary, Arrive taker,
+                           Depart sender)
+    : timers(queue),
+      faults(table),
+      journal(diary),
+      arrive(std::move(taker)),
+      depart(std::move(sender)) {}
+
+void DatagramPath::receive(int slot, Endpoint local, Endpoint from,
+                           std::span<const std::uint8_t> datagram) {
+    Passage passage{slot, Direction::toCard, local, from, datagram, {}, {}, {}, true};
+    if (isPlain()) {
+        arriveAt(slot, from, journal.record(passage), datagram);
+        return;
+    }
+    auto treatment = treat(slot, Direction::toCard, local, datagram);
+    passage.faults = treatment.faults;
+    if (!sameBytes(treatment.bytes, datagram)) {
+        passage.cardBytes = treatment.bytes;
+    }
+    if (treatment.dropped) {
+        passage.dropped = kDroppedByFault;
+    }
+    const auto number = journal.record(passage);
+    if (!treatment.dropped) {
+        forward({slot,
+                 Direction::toCard,
+                 local,
+                 from,
+                 treatment.bytes,
+                 {},
+                 treatment.faults,
+                 treatment.copies,
+                 number},
+                treatment);
+    }
+}
+
+bool DatagramPath::send(int slot, Endpoint local, Endpoint to,
+                        std::span<const std::uint8_t> datagram) {
+    Passage passage{slot, Direction::fromCard, local, to, datagram, {}, {}, {}, true};
+    if (isPlain()) {
+        return departFrom(passage);
+    }
+    auto treatment = treat(slot, Direction::fromCard, local, datagram);
+    if (treatment.dropped) {
+        passage.faults = treatment.faults;
+        passage.dropped = kDroppedByFault;
+        passage.onTheWire = false;
+        journal.record(passage);
+        return true;
+    }
+    Parcel parcel{slot,
+                  Direction::fromCard,
+                  {local.address, treatment.localPort},
+                  to,
+                  treatment.bytes,
+                  {},
+                  treatment.faults,
+                  treatment.copies,
+                  0};
+    if (!sameBytes(parcel.bytes, datagram)) {
+        parcel.original.emplace(datagram.begin(), datagram.end());
+    }
+    return forward(std::move(parcel), treatment);
+}
+
+bool DatagramPath::sendOfFault(std::uint32_t fault, int slot, Endpoint local, Endpoint to,
+                               std::span<const std::uint8_t> datagram) {
+    return departFrom(
+        {slot, Direction::fromCard, local, to, datagram, {}, std::span(&fault, 1), {}, true});
+}
+
+bool DatagramPath::onBehalfOf(std::uint32_t fault, const std::function<bool()>& action) {
+    origin = fault;
+    const bool done = action();
+    origin = 0;
+    return done;
+}
+
+Treatment DatagramPath::treat(int slot, Direction direction, Endpoint local,
+                              std::span<const std::uint8_t> bytes) {
+    Treatment treatment;
+    treatment.bytes.assign(bytes.begin(), bytes.end());
+    treatment.cardPort = local.port;
+    treatment.localPort = local.port;
+    if (origin != 0) {
+        treatment.faults.push_back(origin);
+    }
+    const auto now = timers.now();
+    for (const auto& fault : faults.all()) {
+        if (treatment.dropped) {
+            break;
+        }
+        if (fault->concerns(slot, direction, bytes, now)) {
+            const bool hit = fault->strikes() && fault->settings().kind->treat(*fault, treatment);
+            fault->count(hit);
+            if (hit) {
+                treatment.faults.push_back(fault->id());
+            }
+        }
+    }
+    std::ranges::sort(treatment.faults);
+    return treatment;
+}
+
+bool DatagramPath::isHolding(int slot, Direction direction) const {
+    return std::ranges::any_of(held, [=](const Held& waiting) {
+        return waiting.parcel.slot == slot && waiting.parcel.direction == direction;
+    });
+}
+
+bool DatagramPath::forward(Parcel parcel, const Treatment& treatment) {
+    if (treatment.delay == Duration::zero() && !treatment.behindNext) {
+        return deliver(parcel);
+    }
+    // Two that wait for each other would wait in vain: the second is the first one's next.
+    auto go = [this, limit = treatment.behindNext](Parcel going) {
+        if (limit && !isHolding(going.slot, going.direction)) {
+            hold(std::move(going), *limit);
+            return true;
+        }
+        return deliver(going);
+    };
+    if (treatment.delay == Duration::zero()) {
+        return go(std::move(parcel));
+    }
+    timers.after(treatment.delay,
+                 [go, waiting = std::move(parcel)]() mutable { go(std::move(waiting)); });
+    return true;
+}
+
+void DatagramPath::hold(Parcel parcel, Duration limit) {
+    const int slot = parcel.slot;
+    const auto direction = parcel.direction;
+    const auto timer = timers.after(limit, [this, slot, direction] { release(slot, direction); });
+    held.push_back({std::move(parcel), timer});
+}
+
+void DatagramPath::release(int slot, Direction direction) {
+    const auto found = std::ranges::find_if(held, [=](const Held& waiting) {
+        return waiting.parcel.slot == slot && waiting.parcel.direction == direction;
+    });
+    if (found != held.end()) {
+        timers.cancel(found->limit);
+        const auto parcel = std::move(found->parcel);
+        held.erase(found);
+        deliver(parcel);
+    }
+}
+
+bool DatagramPath::deliver(const Parcel& parcel) {
+    bool done = false;
+    for (std::uint32_t i = 0; i <= parcel.copies; ++i) {
+        done = deliverOne(parcel) || done;
+    }
+    release(parcel.slot, parcel.direction);
+    return done;
+}
+
+bool DatagramPath::deliverOne(const Parcel& parcel) {
+    if (parcel.direction == Direction::toCard) {
+        arriveAt(parcel.slot, parcel.peer, parcel.number, parcel.bytes);
+        return true;
+    }
+    Passage passage{parcel.slot, Direction::fromCard, parcel.local, parcel.peer, parcel.bytes,
+                    {},          parcel.faults,       {},           true};
+    if (parcel.original) {
+        passage.cardBytes = *parcel.original;
+    }
+    return departFrom(passage);
+}
+
+void DatagramPath::arriveAt(int slot, Endpoint from, std::uint64_t number,
+                            std::span<const std::uint8_t> bytes) {
+    const auto dropped = arrive(slot, from, bytes);
+    if (!dropped.empty()) {
+        journal.setDropped(number, dropped);
+    }
+}
+
+bool DatagramPath::departFrom(const Passage& passage) {
+    const bool sent = depart(passage.local, passage.peer, passage.bytes);
+    auto told = passage;
+    if (!sent) {
+        told.dropped = kRefused;
+        told.onTheWire = false;
+    }
+    journal.record(told);
+    return sent;
+}
+
+}  // namespace ponmgr::sim

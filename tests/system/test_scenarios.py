@@ -1,0 +1,180 @@
+"""The daemon and the database manager while cards and ONUs come and go: what the simulator says is
+true ends up in the inventory."""
+
+import json
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from conftest import BUILD, ROOT
+from support.process import Process
+from support.waiting import wait_for
+
+SCENARIOS = ROOT / "sim" / "scenarios"
+
+
+def program(name):
+    """Programs that have no build of their own for a sanitizer are taken as released."""
+    built = BUILD / "bin" / name
+    return built if built.exists() else ROOT / "build" / "release" / "bin" / name
+
+
+def ask(name, *words):
+    done = subprocess.run([program(name), *words, "--json"], capture_output=True, text=True)
+    assert done.returncode == 0, done.stdout
+    return json.loads(done.stdout)
+
+
+def control(*words):
+    return ask("chassis-sim", "ctl", *words)
+
+
+def wait_in_service(limit="50s"):
+    control("wait", "in-service", "--timeout", limit)
+
+
+def inventory():
+    """On-line cards and ONUs as the database manager shows them."""
+    cards = {(card["slot_id"], card["mac_address"]) for card in ask("dbman", "card", "list")["cards"]
+             if card["state"] == "on-line"}
+    onus = {(onu["slot_id"], onu["pon_port"], onu["mac_address"])
+            for onu in ask("dbman", "onu", "list")["onus"] if onu["state"] == "on-line"}
+    return cards, onus
+
+
+def truth():
+    """The same as it is in the chassis."""
+    told = control("truth")
+    cards = {(str(card["slot"]), card["mac"]) for card in told["cards"] if card["online"]}
+    onus = {(str(onu["slot"]), str(onu["port"]), onu["mac"])
+            for onu in told["onus"] if onu["online"]}
+    return cards, onus
+
+
+def wait_for_agreement(limit=30.0):
+    wait_for(lambda: inventory() == truth(), limit,
+             lambda: f"the inventory {inventory()} is the truth {truth()}")
+
+
+@pytest.fixture
+def chassis(processes, monkeypatch):
+    """Starts a chassis, the database manager and the daemon, and waits until they agree."""
+    started = []
+    monkeypatch.setenv("XDG_STATE_HOME", "/tmp/state")
+
+    def start(slots, *options, agree=True):
+        simulator = Process("chassis-sim", [program("chassis-sim"), "--slots", slots, "--seed", "1",
+                                            *options])
+        started.append(simulator)
+        simulator.wait_for_line("chassis-sim ready")
+        started.append(Process("dbman", [program("dbman"), "serve", "--slots", slots]))
+        started[1].wait_for_line("dbman ready")
+        processes("ponmgrd")
+        if agree:
+            wait_in_service()
+            wait_for_agreement()
+        return simulator
+
+    yield start
+    for process in reversed(started):
+        process.stop()
+        print(f"--- {process.name}:\n" + "\n".join(process.texts()[-30:]))
+
+
+def network(action, slot):
+    """Takes the card's address off the network, or puts it back: ping can't find it meanwhile."""
+    subprocess.run(["ip", "route", action, "unreachable", f"127.0.1.{slot}/32", "table", "local"],
+                   check=True)
+
+
+def test_a_fibre_cut_takes_its_onus_offline_and_its_repair_brings_them_back(chassis):
+    simulator = chassis("3", "--onus", "4", "--reset-time", "1s", "--scenario",
+                        str(SCENARIOS / "fibre-cut.jsonl"), "--scenario-speed", "3", agree=False)
+    simulator.wait_for_line("card 3 cut 1: slot 3 port 1: fibre cut")
+    wait_for(lambda: {onu["pon_port"] for onu in ask("dbman", "onu", "list")["onus"]
+                      if onu["state"] == "off-line"} == {"1"})
+    assert len(truth()[1]) == 4
+    simulator.wait_for_line("fibre-cut.jsonl ended: 8 steps, 0 failed")
+    wait_for_agreement()
+    assert len(inventory()[1]) == 8
+    assert control("scenario", "status")["state"] == "ended"
+
+
+def test_a_pulled_card_goes_offline_and_comes_back(chassis):
+    chassis("1", "--onus", "2", "--configured", "--reset-time", "1s")
+    control("card", "1", "pull")
+    network("add", 1)
+    wait_for(lambda: inventory()[0] == set(), 45)
+    assert truth() == (set(), set())
+    network("del", 1)
+    control("card", "1", "insert")
+    wait_in_service()
+    wait_for_agreement()
+    assert len(inventory()[1]) == 4
+
+
+def test_a_swapped_card_is_configured_anew(chassis):
+    chassis("1", "--onus", "2", "--configured", "--reset-time", "1s")
+    before, = inventory()[0]
+    control("card", "1", "pull")
+    network("add", 1)
+    wait_for(lambda: inventory()[0] == set(), 45)
+    network("del", 1)
+    control("card", "1", "swap")
+    wait_in_service()
+    wait_for_agreement()
+    assert inventory()[0] == {("1", "00:0d:b6:00:01:01")} != {before}
+    card = control("card", "1", "get")
+    assert card["settings"]["sync_time"] == [{"port": 0, "data": "0010"}, {"port": 1, "data": "0010"}]
+
+
+def test_an_onu_plugged_in_at_another_card_is_found_there(chassis):
+    chassis("1,2", "--onus", "2", "--configured", "--onu-reset-time", "2s")
+    control("onu", "1/0/1", "move", "2/1")
+    wait_for_agreement()
+    wait_in_service()
+    assert ("2", "1", "00:0d:b6:01:00:01") in inventory()[1]
+    # the old card forgets it once the daemon has found it gone
+    wait_for(lambda: control("card", "1", "get")["departed_links"] == [])
+
+
+def test_a_configured_card_has_all_that_the_daemon_sets(chassis):
+    chassis("1,2", "--onus", "1", "--reset-time", "0")
+    set_by_daemon = control("card", "1", "get")
+    onu_by_daemon = control("onu", "1/0/0", "get")
+    Process("chassis-sim", [program("chassis-sim"), "--slots", "1,2", "--base", "127.0.2.0", "--onus",
+                            "1", "--seed", "1", "--configured", "--control", "/tmp/other.ctl"])
+    wait_for(lambda: subprocess.run([program("chassis-sim"), "ctl", "list", "--control",
+                                     "/tmp/other.ctl"], capture_output=True).returncode == 0)
+    configured = control("card", "1", "get", "--control", "/tmp/other.ctl")
+    for part in ("settings", "extension_sets", "domains", "paths", "enabled", "nvs"):
+        assert configured[part] == set_by_daemon[part], part
+    configured = control("onu", "1/0/0", "get", "--control", "/tmp/other.ctl")
+    assert configured["settings"] == onu_by_daemon["settings"]
+
+
+def test_a_mistake_in_a_scenario_is_reported_at_the_start():
+    path = Path("/tmp/day.jsonl")
+    path.write_text('{"at": "1s", "ctl": "card 3 fly"}\n')
+    done = subprocess.run([program("chassis-sim"), "--scenario", path], capture_output=True, text=True)
+    assert done.returncode == 2
+    assert "day.jsonl:1: unknown action 'fly'; there are: get, reset, pull" in done.stderr
+
+
+@pytest.mark.parametrize("failing, status", [(False, 0), (True, 1)])
+def test_the_simulator_ends_with_its_scenario_on_request(failing, status):
+    path = Path("/tmp/day.jsonl")
+    path.write_text('{"at": "10ms", "ctl": "card 3 %s"}\n' % ("insert" if failing else "pull"))
+    done = subprocess.run([program("chassis-sim"), "--scenario", path, "--scenario-exit"],
+                          capture_output=True, text=True, timeout=20)
+    assert done.returncode == status, done.stdout
+
+
+@pytest.mark.parametrize("name", ["quiet-day", "bad-day", "fibre-cut"])
+def test_shipped_scenarios_have_no_mistake(name):
+    scenario = str(SCENARIOS / f"{name}.jsonl")
+    simulator = Process("chassis-sim", [program("chassis-sim"), "--onus", "4", "--scenario", scenario])
+    simulator.wait_for_line("chassis-sim ready")
+    assert control("scenario", "status")["scenario"] == f"{name}.jsonl"
+    simulator.stop()

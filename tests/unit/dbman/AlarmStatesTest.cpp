@@ -1,0 +1,160 @@
+#include "dbman/AlarmStates.h"
+
+namespace ponmgr::dbman {
+
+namespace {
+
+using std::chrono::seconds;
+
+class AlarmStatesTest : public testing::Test {
+protected:
+    void report(const std::string& alarm, bool isRaised, int second,
+                const std::string& resource = "ONU Link: 00:11:22:33:44:55", int slot = 3) {
+        EXPECT_TRUE(alarms.report({slot, resource, alarm}, isRaised, at(second)));
+    }
+
+    static Time at(int second) { return Time(seconds(second)); }
+
+    AlarmState only() const {
+        const auto all = alarms.states(std::nullopt, false);
+        EXPECT_EQ(all.size(), 1U);
+        return all.at(0);
+    }
+
+    AlarmStates alarms;
+};
+
+TEST_F(AlarmStatesTest, ARaisedAlarmKnowsSinceWhen) {
+    report("LOS", true, 10);
+    EXPECT_TRUE(only().isRaised);
+    EXPECT_EQ(only().raised, at(10));
+    EXPECT_EQ(only().cleared, std::nullopt);
+    EXPECT_EQ(only().count, 1);
+    EXPECT_EQ(only().lastChange, at(10));
+}
+
+TEST_F(AlarmStatesTest, AnAlarmThatIsRaisedTwiceCountsTwoAndIsRaisedSinceTheFirst) {
+    report("LOS", true, 10);
+    report("LOS", true, 20);
+    EXPECT_EQ(only().raised, at(10));
+    EXPECT_EQ(only().count, 2);
+    EXPECT_EQ(only().lastChange, at(20));
+}
+
+TEST_F(AlarmStatesTest, AClearedAlarmKnowsWhenItWasRaisedAndCleared) {
+    report("LOS", true, 10);
+    report("LOS", false, 20);
+    report("LOS", false, 30);
+    EXPECT_FALSE(only().isRaised);
+    EXPECT_EQ(only().raised, at(10));
+    EXPECT_EQ(only().cleared, at(20));
+    EXPECT_EQ(only().count, 1);
+    EXPECT_EQ(only().lastChange, at(30));
+}
+
+TEST_F(AlarmStatesTest, AClearingWithoutARaisingCountsZero) {
+    report("LOS", false, 10);
+    EXPECT_FALSE(only().isRaised);
+    EXPECT_EQ(only().raised, std::nullopt);
+    EXPECT_EQ(only().cleared, at(10));
+    EXPECT_EQ(only().count, 0);
+}
+
+TEST_F(AlarmStatesTest, AnAlarmThatIsRaisedAgainBeginsAnew) {
+    report("LOS", true, 10);
+    report("LOS", false, 20);
+    report("LOS", true, 30);
+    EXPECT_EQ(only().raised, at(30));
+    EXPECT_EQ(only().cleared, std::nullopt);
+    EXPECT_EQ(only().count, 2);
+}
+
+TEST_F(AlarmStatesTest, SlotResourceAndNameTellAlarmsApart) {
+    report("LOS", true, 10);
+    report("LOS", true, 10, "ONU Link: 00:11:22:33:44:66");
+    report("LOS", true, 10, "ONU Link: 00:11:22:33:44:55", 4);
+    report("Link Fault", true, 10);
+    report("LOS", false, 20);
+    EXPECT_EQ(alarms.states(std::nullopt, false).size(), 4U);
+    EXPECT_EQ(alarms.states(std::nullopt, true).size(), 3U);
+    EXPECT_EQ(alarms.states(4, true).size(), 1U);
+}
+
+TEST_F(AlarmStatesTest, ALinkThatReportsAgainIsNotDyingAnyMore) {
+    report("Standard Dying Gasp", true, 10);
+    report("Standard Dying Gasp", true, 10, "ONU Link: 00:11:22:33:44:66");
+    report("LOS", true, 10);
+    report("Report Timeout", false, 20);
+    const auto raised = alarms.states(std::nullopt, true);
+    ASSERT_EQ(raised.size(), 2U);
+    EXPECT_EQ(raised[0].key.alarm, "LOS");
+    EXPECT_EQ(raised[1].key.resource, "ONU Link: 00:11:22:33:44:66");
+}
+
+TEST_F(AlarmStatesTest, ALinksMoveIsCountedAndOverAtOnce) {
+    report("ONU Link Moved Between PON Ports", true, 10);
+    report("ONU Link Moved Between PON Ports", true, 20);
+    EXPECT_FALSE(only().isRaised);
+    EXPECT_EQ(only().raised, at(20));
+    EXPECT_EQ(only().cleared, at(20));
+    EXPECT_EQ(only().count, 2);
+}
+
+TEST_F(AlarmStatesTest, ARemovedLinkHasNoRaisedAlarms) {
+    report("LOS", true, 10);
+    report("LOS", true, 10, "OLT Link: 00:11:22:33:44:55");
+    report("LOS", true, 10, "OLT Port: EPON-0");
+    EXPECT_EQ(alarms.raisedOfLink("00:11:22:33:44:55").size(), 2U);
+    alarms.clearLink("00:11:22:33:44:55", at(20));
+    EXPECT_TRUE(alarms.raisedOfLink("00:11:22:33:44:55").empty());
+    EXPECT_EQ(alarms.states(std::nullopt, true).size(), 1U);
+}
+
+TEST_F(AlarmStatesTest, OnlyOldClearedOnesAreForgotten) {
+    report("raised", true, 10);
+    report("old", false, 10);
+    report("new", false, 20);
+    alarms.takeChanges();
+    alarms.forgetClearedBefore(at(15));
+    EXPECT_EQ(alarms.states(std::nullopt, false).size(), 2U);
+    const auto changes = alarms.takeChanges();
+    ASSERT_EQ(changes.removed.size(), 1U);
+    EXPECT_EQ(changes.removed[0].alarm, "old");
+}
+
+TEST_F(AlarmStatesTest, PastTheirNumberTheOldestClearedOneMakesRoom) {
+    report("oldest", false, 1);
+    for (std::size_t number = 1; number < AlarmStates::kMaximumStates; ++number) {
+        report(std::to_string(number), true, 10);
+    }
+    report("one more", true, 20);
+    EXPECT_EQ(alarms.states(std::nullopt, true).size(), AlarmStates::kMaximumStates);
+    EXPECT_FALSE(alarms.report({3, "", "too many"}, true, at(30)));
+    report("one more", false, 40);
+}
+
+TEST_F(AlarmStatesTest, ChangesAreTakenOnceUnlessTheyAreMarkedAgain) {
+    report("LOS", true, 10);
+    const auto changes = alarms.takeChanges();
+    EXPECT_EQ(changes.states.size(), 1U);
+    EXPECT_TRUE(alarms.takeChanges().states.empty());
+    alarms.markChanged(changes);
+    report("LOS", false, 20);
+    const auto again = alarms.takeChanges();
+    ASSERT_EQ(again.states.size(), 1U);
+    EXPECT_FALSE(again.states[0].isRaised);
+}
+
+TEST_F(AlarmStatesTest, ChangesThatNobodyTakesBecomeAllStatesThereAre) {
+    for (int number = 0; number < 40'000; ++number) {
+        report(std::to_string(number), false, number);
+    }
+    const auto changes = alarms.takeChanges();
+    EXPECT_TRUE(changes.all);
+    EXPECT_EQ(changes.states.size(), AlarmStates::kMaximumStates);
+    EXPECT_LE(changes.removed.size(), AlarmStates::kMaximumStates);
+}
+
+}  // namespace
+
+}  // namespace ponmgr::dbman

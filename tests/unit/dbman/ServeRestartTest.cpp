@@ -1,0 +1,218 @@
+// What is left of a dbman that has ended, in an orderly way or not.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <set>
+
+#include "FakeDaemon.h"
+#include "RunningServer.h"
+#include "dbman/ControlClient.h"
+#include "dbman/Text.h"
+#include "store/StoreFixture.h"
+
+namespace ponmgr::dbman {
+
+namespace {
+
+using test::FakeDaemon;
+using test::notification;
+using test::notify;
+using test::RunningServer;
+using test::valuesIn;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string ask(const std::string& request) {
+    return askDbman(kDefaultControlPath, request);
+}
+
+void reportAll(const RunningServer& running) {
+    notify(notification("/olt/new", R"({"slot_id":"3","online_status":"1","mac_address":"m"})"));
+    notify(notification("/onu/new", R"({"mac_address":"00:11:22:33:44:55","slot_id":"3",)"
+                                    R"("online_status":"1","tx_power_input":"-20"})"));
+    notify(notification("/olt/alarm/new",
+                        R"({"alarm_list":[{"alarm":"LOS","label":"OLT Port: EPON-0",)"
+                        R"("state":"On","slot_id":"3"}]})"));
+    ASSERT_TRUE(running.waitToShow("/olt/alarm/new slot 3"));
+}
+
+TEST(ServeRestart, KeepsCardsOnusAlarmsLevelsAndEvents) {
+    const std::vector<std::string> questions = {R"({"command":"card list"})",
+                                                R"({"command":"onu list"})",
+                                                R"({"command":"alarm list"})",
+                                                R"({"command":"alarm history"})",
+                                                R"({"command":"optics","mac":"00:11:22:33:44:55"})",
+                                                R"({"command":"events"})"};
+    std::vector<std::string> before;
+    {
+        const RunningServer running;
+        reportAll(running);
+        for (const auto& question : questions) {
+            before.push_back(ask(question));
+        }
+    }
+    EXPECT_THAT(before[0], HasSubstr("on-line"));
+    const RunningServer again;
+    for (std::size_t number = 0; number < questions.size(); ++number) {
+        EXPECT_EQ(ask(questions[number]), before[number]);
+    }
+}
+
+TEST(ServeRestart, TheDatabaseRulesOverTheOptionsAndSaysSo) {
+    {
+        const FakeDaemon daemon;
+        const RunningServer running;
+        ask(R"({"command":"slot set","slot":"2","ip":"10.0.0.2"})");
+        ask(R"({"command":"slot clear","slot":"1"})");
+        ask(R"({"command":"slot disable","slot":"3"})");
+    }
+    auto options = RunningServer::options();
+    options.areSlotsGiven = true;
+    test::CapturedOutput output;
+    Server server(options, output.stream());
+    server.start();
+    EXPECT_THAT(
+        output.text(),
+        HasSubstr(", slots 2,3 of the database (the slot options count only for a new one)"));
+    EXPECT_THAT(ask(R"({"command":"slot list"})"), HasSubstr(R"("wanted":"disabled")"));
+    const FakeDaemon daemon;
+    notify(notification("/olt/get/all/ip", "{}"));
+    EXPECT_THAT(daemon.waitForCommands(4),
+                ElementsAre(HasSubstr(R"("slot_id":"2","ip_address":"127.0.0.1")"),
+                            HasSubstr(R"("slot_id":"2","ip_address":"10.0.0.2")"),
+                            HasSubstr(R"("slot_id":"3","ip_address":"127.0.0.1")"),
+                            HasSubstr(R"("slot_id":"3","ip_address":"127.0.1.3")")));
+}
+
+TEST(ServeRestart, OptionsThatNobodyGaveAreNotMentioned) {
+    { const RunningServer running; }
+    const RunningServer again;
+    EXPECT_THAT(again.output.text(), testing::EndsWith(", slots 1,3\n"));
+}
+
+TEST(ServeRestart, ADaemonThatStartsAgainPutsEverythingRight) {
+    {
+        const RunningServer running;
+        reportAll(running);
+    }
+    const RunningServer running;
+    EXPECT_THAT(ask(R"({"command":"card list"})"), HasSubstr(R"("state":"on-line")"));
+    notify(notification("/olt/set/all/offline", "{}"));
+    notify(notification("/onu/set/all/offline", "{}"));
+    ASSERT_TRUE(running.waitToShow("all ONUs off-line"));
+    EXPECT_THAT(ask(R"({"command":"card list"})"), testing::Not(HasSubstr("on-line")));
+    EXPECT_THAT(ask(R"({"command":"onu list","offline":true})"), HasSubstr("00:11:22:33:44:55"));
+    notify(notification("/olt/new", R"({"slot_id":"3","online_status":"1","mac_address":"n"})"));
+    ASSERT_TRUE(running.waitToShow("/olt/new slot 3 on-line mac n"));
+    EXPECT_THAT(ask(R"({"command":"card list"})"), HasSubstr(R"("mac_address":"n")"));
+    // The daemon knows nothing of the alarms before its start; they stay until it clears them.
+    EXPECT_THAT(ask(R"({"command":"alarm list","active":true})"), HasSubstr("LOS"));
+}
+
+TEST(Serve, RefusesADatabaseThatIsNone) {
+    std::ofstream("/tmp/dbman.db") << std::string(4096, 'x');
+    const auto outcome = test::runProgram({"serve", "--database", "/tmp/dbman.db"});
+    EXPECT_EQ(outcome.code, ExitCode::failed);
+    EXPECT_EQ(outcome.err, "dbman: can't use the database /tmp/dbman.db: file is not a database\n");
+    EXPECT_EQ(access("/tmp/pmdbman.ipc", F_OK), -1);
+}
+
+TEST(Serve, RefusesAnAgeThatIsNone) {
+    const auto outcome = test::runProgram(
+        {"serve", "--database", "/tmp/dbman.db", "--retain", "optics=7d", "--retain", "slots=1d"});
+    EXPECT_EQ(outcome.code, ExitCode::usage);
+    EXPECT_THAT(outcome.err, HasSubstr("retention \"slots=1d\" is not allowed"));
+}
+
+/// A dbman as a process of its own, whose lines go to a file.
+class KilledServer {
+public:
+    KilledServer() : child(fork()) {
+        if (child == 0) {
+            std::ofstream out(kLines);
+            _exit(
+                static_cast<int>(runDbman({"serve", "--database", test::kDatabaseFile}, out, out)));
+        }
+        EXPECT_TRUE(ponmgr::test::waitFor([] { return lines().size() == 1; }));
+    }
+    KilledServer(const KilledServer&) = delete;
+    KilledServer& operator=(const KilledServer&) = delete;
+    ~KilledServer() {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+
+    static std::vector<std::string> lines() {
+        std::ifstream file(kLines);
+        std::vector<std::string> result;
+        for (std::string line; std::getline(file, line);) {
+            result.push_back(line);
+        }
+        return result;
+    }
+
+private:
+    static constexpr auto kLines = "/tmp/lines";
+    const pid_t child;
+};
+
+/// Reports of ONUs and alarms, one after the other without a pause.
+void storm(std::chrono::milliseconds length) {
+    const auto end = std::chrono::steady_clock::now() + length;
+    Corvane socket(2001);
+    ASSERT_TRUE(socket.createSocket() && socket.connect("/tmp/pmdbman.ipc"));
+    for (int number = 0; std::chrono::steady_clock::now() < end; ++number) {
+        const auto text = std::to_string(number);
+        const auto mac = "00:11:22:33:44:" + std::to_string(10 + number % 90);
+        ASSERT_GE(
+            socket.send(notification("/onu/new", R"({"slot_id":"3","online_status":"1",)"
+                                                 R"("mac_address":")" +
+                                                     mac + R"(","alarm_message":")" + text +
+                                                     R"(","tx_power_input":"-)" + text + R"("})")),
+            0);
+    }
+}
+
+// The promise is 100 ms; the rest is for a machine that lets threads wait.
+constexpr std::chrono::milliseconds kPromise(100);
+constexpr std::chrono::milliseconds kMachine(200);
+
+TEST(ServeKilled, LosesNoMoreThanTheLastMomentOfAStorm) {
+    Time killed;
+    {
+        const KilledServer server;
+        storm(std::chrono::milliseconds(500));
+        killed = std::chrono::system_clock::now();
+    }
+    EXPECT_THAT(valuesIn(test::kDatabaseFile, "PRAGMA integrity_check"), ElementsAre("ok"));
+    const auto stored = valuesIn(test::kDatabaseFile, "SELECT text FROM events");
+    const std::set<std::string> kept(stored.begin(), stored.end());
+    const auto limit = formatUtc(killed - kPromise - kMachine);
+    std::size_t checked = 0;
+    for (const auto& line : KilledServer::lines()) {
+        if (line.starts_with("20") && line.substr(0, limit.size()) < limit) {
+            EXPECT_TRUE(kept.contains(line.substr(limit.size() + 1))) << line;
+            ++checked;
+        }
+    }
+    EXPECT_GT(checked, 100U);
+}
+
+TEST(ServeKilled, StartsAgainWithWhatWasKept) {
+    {
+        const KilledServer server;
+        storm(std::chrono::milliseconds(150));
+        EXPECT_THAT(ask(R"({"command":"optics","mac":"00:11:22:33:44:10"})"), HasSubstr("-90\""));
+    }
+    const RunningServer again;
+    EXPECT_THAT(ask(R"({"command":"onu show","mac":"00:11:22:33:44:10"})"),
+                HasSubstr(R"("state":"on-line")"));
+    EXPECT_THAT(ask(R"({"command":"optics","mac":"00:11:22:33:44:10"})"), HasSubstr("-90\""));
+}
+
+}  // namespace
+
+}  // namespace ponmgr::dbman

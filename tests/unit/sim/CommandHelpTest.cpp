@@ -1,0 +1,104 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "sim/CommandHelp.h"
+#include "sim/CommandOptions.h"
+#include "sim/CompletionScript.h"
+#include "sim/ControlCommand.h"
+#include "sim/OptionValues.h"
+#include "sim/ScenarioLine.h"
+
+namespace ponmgr::sim {
+namespace {
+
+using testing::HasSubstr;
+
+std::string helpOf(const std::vector<std::string>& arguments) {
+    const auto line = parseCommandLine(arguments);
+    return std::get<Finished>(line).output;
+}
+
+/// What a mistaken word is answered with behind "there are: ".
+std::vector<std::string> wordsThere(const Words& mistaken) {
+    std::string text;
+    try {
+        controlCommand({mistaken, "", {}, false});
+    } catch (const UsageError& error) {
+        text = error.what();
+    }
+    std::vector<std::string> words;
+    std::istringstream rest(text.substr(text.find("there are: ") + 11));
+    for (std::string word; rest >> word;) {
+        std::erase(word, ',');
+        words.push_back(word);
+    }
+    return words;
+}
+
+TEST(CommandHelp, ShowsEveryCommandWithAnExample) {
+    const auto commands = wordsThere({"fly"});
+    EXPECT_GE(commands.size(), 10U);
+    for (const auto& command : commands) {
+        EXPECT_TRUE(std::ranges::any_of(commandHelp(), [&](const CommandHelp& help) {
+            return help.name == command;
+        })) << command;
+    }
+    EXPECT_THAT(helpOf({"ctl", "--help"}), HasSubstr("chassis-sim ctl onu 3/0/7 move 5/1\n"));
+}
+
+TEST(CommandHelp, ShowsExamplesThatWork) {
+    for (const auto& help : commandHelp()) {
+        std::vector<std::string> arguments{"ctl"};
+        for (const auto& word : splitWords(help.example)) {
+            arguments.push_back(word);
+        }
+        const auto line = parseCommandLine(arguments);
+        const auto* options = std::get_if<ControlOptions>(&line);
+        ASSERT_NE(options, nullptr) << help.example;
+        EXPECT_NO_THROW(controlCommand(*options)) << help.example;
+        EXPECT_TRUE(std::string(help.example).starts_with(help.name));
+        EXPECT_TRUE(std::string(help.synopsis).starts_with(help.name));
+    }
+}
+
+TEST(CommandHelp, OfCardsAndOnusNamesEveryAction) {
+    const auto text = controlHelp();
+    for (const auto& kind : {Words{"card", "1", "fly"}, Words{"onu", "1/0/0", "fly"}}) {
+        for (const auto& action : wordsThere(kind)) {
+            EXPECT_THAT(text, HasSubstr(action));
+        }
+    }
+}
+
+TEST(CompletionScript, KnowsEveryCommandActionAndOption) {
+    const std::string script(completionScript());
+    for (const auto& kind : {Words{"fly"}, Words{"card", "1", "fly"}, Words{"onu", "1/0/0", "fly"},
+                             Words{"fault", "fly"}, Words{"fault", "add", "fly"}}) {
+        for (const auto& word : wordsThere(kind)) {
+            EXPECT_THAT(script, HasSubstr(word));
+        }
+    }
+    for (const auto& option : commandOptions()) {
+        EXPECT_THAT(script, HasSubstr(std::string("--") + option.name));
+    }
+    std::istringstream help(helpOf({"--help"}));
+    for (std::string word; help >> word;) {
+        if (word.starts_with("--")) {
+            std::erase(word, ',');
+            EXPECT_THAT(script, HasSubstr(word));
+        }
+    }
+}
+
+TEST(CompletionScript, IsPrintedForBashAlone) {
+    EXPECT_EQ(helpOf({"completion", "bash"}), completionScript());
+    const auto line = parseCommandLine({"completion", "fish"});
+    EXPECT_EQ(std::get<Finished>(line).status, 2);
+    EXPECT_THAT(std::get<Finished>(line).errorOutput, HasSubstr("allowed: bash"));
+}
+
+}  // namespace
+}  // namespace ponmgr::sim
