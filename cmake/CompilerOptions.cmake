@@ -1,5 +1,6 @@
 # Warnings, sanitizers and coverage: one interface target that every target of ours links.
 set(PONMGR_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, 'address,undefined' or 'thread'")
+option(PONMGR_FUZZ "Build everything for the fuzzers, with clang" OFF)
 option(PONMGR_COVERAGE "Build for gcov" OFF)
 
 add_library(ponmgr_options INTERFACE)
@@ -14,6 +15,10 @@ if(PONMGR_SANITIZE)
     target_compile_options(ponmgr_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     # clang looks at an object's type through a pipe, and reports an error where tests leave it none.
     target_compile_options(ponmgr_options INTERFACE $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=vptr>)
+endif()
+
+if(PONMGR_FUZZ)
+    target_compile_options(ponmgr_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 if(PONMGR_COVERAGE)

@@ -130,7 +130,7 @@ std::chrono::system_clock::time_point UDPSocket::deadlineFromNow() const {
 }
 
 bool UDPSocket::waitForResponse(std::chrono::system_clock::time_point deadline) {
-    return responseSignal.waitUntil(deadline);
+    return responseSignal.waitUntil(deadline, timing.responseTime);
 }
 
 void UDPSocket::freeWaitForResponse() {
