@@ -7,6 +7,16 @@ add_library(ponmgr_options INTERFACE)
 target_compile_options(ponmgr_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
+# What is shipped is hardened. Fortified functions need optimisation, which quickly compiled tests lack.
+if(NOT PONMGR_SANITIZE)
+    set(optimised "$<AND:$<NOT:$<CONFIG:Debug>>,$<NOT:$<BOOL:$<TARGET_PROPERTY:PONMGR_QUICK>>>>")
+    target_compile_options(ponmgr_options INTERFACE
+        -fstack-protector-strong -fstack-clash-protection -fcf-protection=full
+        "$<${optimised}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    target_link_options(ponmgr_options INTERFACE
+        -Wl,-z,relro,-z,now,-z,noexecstack $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie>)
+endif()
+
 if(PONMGR_SANITIZE)
     set(sanitizer_options -fsanitize=${PONMGR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_compile_options(ponmgr_options INTERFACE ${sanitizer_options})

@@ -23,7 +23,7 @@ namespace {
 
 using Datagram = std::vector<unsigned char>;
 
-constexpr ponmgr::ExchangeTiming kTiming{.responseTime = std::chrono::milliseconds(2),
+constexpr ponmgr::ExchangeTiming kTiming{.responseTime = std::chrono::milliseconds(1),
                                          .clockStep = std::chrono::milliseconds(1),
                                          .tries = 3};
 constexpr std::size_t kMostRequests = 3;
