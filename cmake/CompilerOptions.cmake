@@ -5,7 +5,7 @@ option(PONMGR_COVERAGE "Build for gcov" OFF)
 
 add_library(ponmgr_options INTERFACE)
 target_compile_options(ponmgr_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wformat-nonliteral -Werror)
 
 # What is shipped is hardened. Fortified functions need optimisation, which quickly compiled tests lack.
 if(NOT PONMGR_SANITIZE)
