@@ -16,6 +16,7 @@ def readelf(name, *options):
                           check=True).stdout
 
 
+pytestmark = pytest.mark.shipped
 everything = pytest.mark.parametrize("name", [*PROGRAMS, LIBRARY])
 
 
