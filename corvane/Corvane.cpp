@@ -148,6 +148,7 @@ void Corvane::Implementation::connect(const char* path) {
     requireSocket("connect");
     const LocalAddress address("connect", path);
     const auto operation = std::string("connect to ") + path;
+    corvane::requireTrustedOwner(operation, address);
     const int error = corvane::probeListener(operation, address);
     if (error != 0) {
         throw corvane::listenerFailure(operation, error);
@@ -168,6 +169,8 @@ ssize_t Corvane::Implementation::send(const std::string& text) {
                                      " bytes is longer than the " +
                                      std::to_string(kLongestMessage) + " that a message can have");
     }
+    // Each time: another's socket may have taken the place of a peer that has ended.
+    corvane::requireTrustedOwner(operation, *peer);
     const auto sent = retryInterrupted([&] {
         return ::sendto(descriptor.get(), text.data(), text.size(), MSG_NOSIGNAL, peer->get(),
                         peer->size());

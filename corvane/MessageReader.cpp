@@ -16,7 +16,7 @@
 #include "Descriptor.h"
 #include "Failure.h"
 #include "RetryInterrupted.h"
-#include "SenderRule.h"
+#include "TrustRule.h"
 
 namespace corvane {
 
@@ -112,7 +112,7 @@ void makeRoom(std::string_view operation, int descriptor, std::string& text, std
 
 void checkSender(std::string_view operation, const ucred& sender) {
     const uid_t own = geteuid();
-    if (mayWrite(sender.uid, own)) {
+    if (isTrusted(sender.uid, own)) {
         return;
     }
     const auto others = own == 0 ? "" : "user " + std::to_string(own) + " and ";

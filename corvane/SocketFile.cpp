@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string>
 
 #include "Failure.h"
 #include "ListenerProbe.h"
+#include "TrustRule.h"
 
 namespace corvane {
 
@@ -46,6 +48,18 @@ void makeWay(std::string_view operation, const LocalAddress& address) {
     }
     if (unlink(address.path()) != 0 && errno != ENOENT) {
         throw systemFailure(operation, "can't remove the file of a process that has ended", errno);
+    }
+}
+
+void requireTrustedOwner(std::string_view operation, const LocalAddress& address) {
+    // The name itself, which may be a symbolic link, and what it leads to.
+    for (const int flags : {AT_SYMLINK_NOFOLLOW, 0}) {
+        struct stat status {};
+        if (fstatat(AT_FDCWD, address.path(), &status, flags) == 0 &&
+            !isTrusted(status.st_uid, geteuid())) {
+            throw failure(operation, "the file there belongs to user " +
+                                         std::to_string(status.st_uid) + ", who is not trusted");
+        }
     }
 }
 

@@ -16,6 +16,11 @@ constexpr mode_t kSocketFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP;
 /// no socket, and when neither can be found out; the file is left alone then.
 void makeWay(std::string_view operation, const LocalAddress& address);
 
+/// Throws std::runtime_error, with `operation` in its text, when the file at `address` belongs to a
+/// user whom this process doesn't trust: in a folder like /tmp anybody may make a socket of the
+/// receiver's name. A file that isn't there is no matter; sending to it fails by itself.
+void requireTrustedOwner(std::string_view operation, const LocalAddress& address);
+
 /// Owns the file that binding a socket has made. To be destroyed before that socket is closed: the
 /// open socket keeps the file's number from being given to another file.
 class SocketFile {

@@ -46,13 +46,16 @@ install_missing() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# build PRESET [TARGET...]: configures and builds quietly; the whole output on failure.
+# build PRESET [-DNAME=VALUE...] [TARGET...]: configures and builds quietly; the whole output on failure.
 build() {
-    local preset=$1 log
+    local preset=$1 log word settings=() targets=()
     shift
+    for word in "$@"; do
+        case $word in -D*) settings+=("$word") ;; *) targets+=("--target=$word") ;; esac
+    done
     log=build/$preset/build.log
     mkdir -p "build/$preset"
-    if ! { cmake --preset "$preset" && cmake --build --preset "$preset" "${@/#/--target=}"; } \
+    if ! { cmake --preset "$preset" "${settings[@]}" && cmake --build --preset "$preset" "${targets[@]}"; } \
             >"$log" 2>&1; then
         cat "$log" >&2
         echo "The build of preset $preset failed; its output is above and in $log." >&2

@@ -31,6 +31,11 @@ constexpr int kLineReceiveFailed = 129;
 constexpr int kLineReceiveException = 136;
 constexpr int kLineReceiveUnexpected = 138;
 
+/// What a waiting message takes: its text, once more its data, and the object.
+std::size_t sizeOf(const APIData& message) {
+    return sizeof message + message.getJsonProtocol().size() + message.getJsonData().size();
+}
+
 [[noreturn]] void endProcess(const char* function, int line, const char* text) {
     printFatalError(function, line, text);
     // Not exit(): it would destroy what the other threads are using.
@@ -62,8 +67,13 @@ void IPCWorker::waitWorkerFinish() {
 }
 
 void IPCWorker::addNotification(std::unique_ptr<APIData> message) {
+    const std::size_t size = sizeOf(*message);
     const std::lock_guard lock(notifyMutex);
+    if (waitingBytes + size > kMostBytes) {
+        PONMGR_THROW("Too many notifications wait");
+    }
     notifications.push_back(std::move(message));
+    waitingBytes += size;
     notifyCondition.notify_one();
 }
 
@@ -80,6 +90,7 @@ std::unique_ptr<APIData> IPCWorker::takeNotification() {
     }
     auto message = std::move(notifications.front());
     notifications.pop_front();
+    waitingBytes -= sizeOf(*message);
     if (notifications.empty()) {
         notifications.shrink_to_fit();
     }

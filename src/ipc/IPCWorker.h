@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -39,11 +40,16 @@ public:
     /// Joins both threads, which never end.
     void waitWorkerFinish();
 
-    /// Queues a message to be sent. Any thread.
+    /// Queues a message to be sent. Any thread. Throws "Too many notifications wait" when
+    /// kMostBytes wait: the database manager reads nothing, and what can't be queued is reported
+    /// again later.
     void addNotification(std::unique_ptr<APIData> message);
 
-    /// Builds a message with action "set" and queues it. Throws what APIData::createRequest throws;
-    /// nothing is queued then. Any thread.
+    /// A minute of a storm of a thousand alarms a second.
+    static constexpr std::size_t kMostBytes = std::size_t{16} << 20;
+
+    /// Builds a message with action "set" and queues it. Throws what APIData::createRequest and
+    /// addNotification throw; nothing is queued then. Any thread.
     void notify(const std::string& uri, const std::string& data);
 
     /// The oldest message that waits to be sent, or null. Any thread.
@@ -61,6 +67,7 @@ private:
     std::mutex notifyMutex;
     std::condition_variable notifyCondition;
     std::deque<std::unique_ptr<APIData>> notifications;  // guarded by notifyMutex
+    std::size_t waitingBytes = 0;                        // guarded by notifyMutex
 
     std::thread receiveThread;
     std::thread notificationThread;

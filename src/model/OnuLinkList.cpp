@@ -18,7 +18,7 @@ OnuLink* OnuLinkList::getOnuLinkFromMAC(const std::string& mac) {
 }
 
 bool OnuLinkList::addOnuLink(const std::string& mac) {
-    if (getOnuLinkFromMAC(mac) != nullptr) {
+    if (getOnuLinkFromMAC(mac) != nullptr || links.size() >= kMostLinks) {
         return false;
     }
     auto link = std::make_unique<OnuLink>(mac);

@@ -25,8 +25,11 @@ public:
     OnuLink* getOnuLinkFromIndex(std::size_t index);
     OnuLink* getOnuLinkFromMAC(const std::string& mac);
 
-    /// Appends a new link; false, and nothing changed, when a link has that MAC already.
+    /// Appends a new link; false, and nothing changed, when a link has that MAC already or there
+    /// are kMostLinks.
     bool addOnuLink(const std::string& mac);
+    /// Twice as many as a card can list, so that only invented ones are refused.
+    static constexpr std::size_t kMostLinks = 512;
 
     /// Destroys the link; false when there is none.
     bool removeOnuFromMacAddress(const std::string& mac);

@@ -151,8 +151,19 @@ void PONCardHelper::addCustomReportAlarm(TKEntityTagId tag, const std::string& p
         row->setValue("state", state, false);
         row->setValue("slot_id", card.getSlotId(), false);
         row->setValue("datetime", Helper::getCurrentDateTime(false), false);
-        alarms.addItemToList(kAlarmList, std::move(row));
+        addAlarmRow(std::move(row));
     });
+}
+
+void PONCardHelper::addAlarmRow(std::unique_ptr<Container> row) {
+    if (alarms.getListSize(kAlarmList) >= kMostAlarms) {
+        doReportAlarmToDBMan();
+    }
+    if (alarms.getListSize(kAlarmList) >= kMostAlarms) {
+        lostAlarms++;
+        return;
+    }
+    alarms.addItemToList(kAlarmList, std::move(row));
 }
 
 bool PONCardHelper::doReportAlarmToDBMan() {
@@ -162,6 +173,11 @@ bool PONCardHelper::doReportAlarmToDBMan() {
         }
         IPCWorker::getInstance()->notify("/olt/alarm/new", alarms.getJsonFile());
         clearAllAlarm();
+        if (lostAlarms > 0) {
+            printLine("doReportAlarmToDBMan: " + std::to_string(std::exchange(lostAlarms, 0)) +
+                      " alarms of slot " + card.getSlotId() + " lost, more than " +
+                      std::to_string(kMostAlarms) + " waited to be reported");
+        }
     });
 }
 

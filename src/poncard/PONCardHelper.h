@@ -177,6 +177,10 @@ public:
                               const std::string& alarm, const std::string& state);
     /// Reports the waiting alarms in one message and forgets them.
     bool doReportAlarmToDBMan();
+    /// So many rows fit the largest message that the link to the database manager carries. When
+    /// they wait they are reported without waiting for the end of the pass; while that fails,
+    /// further alarms are lost, and counted in a line as soon as it succeeds again.
+    static constexpr std::size_t kMostAlarms = 4096;
     void clearAllAlarm();
 
     // --- PONCardOptics.cpp: optical levels ---
@@ -228,6 +232,8 @@ private:
         return completed && answer;
     }
 
+    void addAlarmRow(std::unique_ptr<Container> row);
+
     /// One exchange of one request: clear, add, send, parse. Returns the first record of the
     /// answer, or null; it lives until the next exchange.
     Container* exchange(PlainRequest request);
@@ -258,6 +264,7 @@ private:
     ResponseMessage responses;
     ResponseMessage alarmMessages;
     Container alarms;  // those that wait to be reported
+    std::size_t lostAlarms = 0;
     UDPSocket udpSocket;
     OnuLinkList onuLinks;
     PONCard card;

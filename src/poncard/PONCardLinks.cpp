@@ -1,5 +1,7 @@
 // The ONU links of the card: found, provisioned once, reported, and dropped.
 
+#include <fcntl.h>
+
 #include <cstdio>
 
 #include "app/Exception.h"
@@ -35,6 +37,15 @@ constexpr unsigned kDumpCountdown = 5;
 struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
 };
+
+/// Opens the dump file, emptied; null when that isn't possible. A symbolic link is not followed: in
+/// /tmp anybody may have made one, to have another file emptied.
+FILE* openDump(const std::string& path) {
+    constexpr mode_t kEverybodyReads = 0644;
+    const int descriptor =
+        open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kEverybodyReads);
+    return descriptor < 0 ? nullptr : fdopen(descriptor, "w+");
+}
 
 void addServiceLevel(TKMPayload& payload) {
     addFields(payload, kServiceLevel);
@@ -288,7 +299,7 @@ void PONCardHelper::doOnuListDump() {
         }
         const std::string path = "/tmp/onu-" + card.getSlotId() + ".log";
         const std::string text = onuLinks.getJsonData() + "\n";
-        const std::unique_ptr<FILE, FileCloser> file(std::fopen(path.c_str(), "w+e"));
+        const std::unique_ptr<FILE, FileCloser> file(openDump(path));
         if (file) {
             std::fwrite(text.data(), 1, text.size(), file.get());
         }

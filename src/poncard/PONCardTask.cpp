@@ -244,6 +244,9 @@ void PONCardTask::runTaskPass() {
 
 void PONCardTask::addTask(std::unique_ptr<PMTask> task) {
     const std::lock_guard lock(taskMutex);
+    if (tasks.size() >= kMostTasks) {
+        PONMGR_THROW("Too many commands wait for slot " + slotId);
+    }
     tasks.push_back(std::move(task));
     taskCondition.notify_one();
 }

@@ -34,8 +34,10 @@ public:
     /// The first half of it: no thread is started.
     void prepare(const std::string& interface, const std::string& slot);
 
-    /// Queues a command for the task loop. Any thread.
+    /// Queues a command for the task loop. Any thread. Throws "Too many commands wait for slot ..."
+    /// when kMostTasks wait.
     void addTask(std::unique_ptr<PMTask> task);
+    static constexpr std::size_t kMostTasks = 1024;
     /// The commands that wait. Any thread.
     std::size_t getTaskCount();
 

@@ -34,7 +34,9 @@ std::string shellWord(const std::string& text) {
 }  // namespace
 
 std::string pingCommand(const std::string& interface, const std::string& address) {
-    return "ping -w 1 -I " + shellWord(interface) + " " + shellWord(address) +
+    // An address such as "-f" would be an option of ping.
+    const char* optionsEnd = address.starts_with('-') ? "-- " : "";
+    return "ping -w 1 -I " + shellWord(interface) + " " + optionsEnd + shellWord(address) +
            " | grep ' 100% packet loss' | wc -l";
 }
 

@@ -17,14 +17,18 @@ public:
     ResponseSignal& operator=(const ResponseSignal&) = delete;
     ~ResponseSignal();
 
-    /// Waits until signalled or until `deadline` on the wall clock. True when the wait ended
-    /// otherwise than by time-out, spurious wakes included. Throws std::system_error.
-    bool waitUntil(std::chrono::system_clock::time_point deadline);
+    /// Waits until signalled or until `deadline` on the wall clock, and no longer than `longest`
+    /// even when that clock is set back. True when the wait ended otherwise than by time-out,
+    /// spurious wakes included. Throws std::system_error.
+    bool waitUntil(std::chrono::system_clock::time_point deadline,
+                   std::chrono::nanoseconds longest);
 
     /// Wakes the waiting thread, if one waits. Any thread.
     void signal();
 
 private:
+    bool waitFor(std::chrono::nanoseconds time);
+
     std::mutex mutex;
     pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
 };

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "app/Exception.h"
+#include "app/LogLine.h"
 #include "tk/SocketHelper.h"
 
 namespace ponmgr {
@@ -130,7 +131,7 @@ std::chrono::system_clock::time_point UDPSocket::deadlineFromNow() const {
 }
 
 bool UDPSocket::waitForResponse(std::chrono::system_clock::time_point deadline) {
-    return responseSignal.waitUntil(deadline);
+    return responseSignal.waitUntil(deadline, timing.responseTime);
 }
 
 void UDPSocket::freeWaitForResponse() {
@@ -166,15 +167,25 @@ bool UDPSocket::processRxQueue(std::unique_ptr<TKMessage>& message) {
         return false;
     }
     const std::lock_guard lock(eventsMutex);
+    if (events.size() >= kMostEvents) {
+        lostEvents++;
+        return false;
+    }
     events.push_back(std::move(message));
     return true;
 }
 
 void UDPSocket::pullAllAlarm(ResponseMessage& pulled) {
     std::vector<std::unique_ptr<TKMessage>> taken;
+    std::size_t lost = 0;
     {
         const std::lock_guard lock(eventsMutex);
         taken.swap(events);
+        lost = std::exchange(lostEvents, 0);
+    }
+    if (lost > 0) {
+        printLine(std::string(__func__) + ": " + std::to_string(lost) + " events of slot " +
+                  slotName + " lost, more than " + std::to_string(kMostEvents) + " waited");
     }
     for (auto& event : taken) {
         pulled.addResponseMessage(std::move(event));

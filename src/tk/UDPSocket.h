@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -54,8 +55,13 @@ public:
     /// in `responses` all the same.
     void sendRequestMessage(const RequestMessage* requests, ResponseMessage* responses);
 
-    /// Moves all events collected so far, in order of arrival, into `events`.
+    /// Moves all events collected so far, in order of arrival, into `events`. Those that came when
+    /// kMostEvents waited already are lost; their number is printed.
     void pullAllAlarm(ResponseMessage& events);
+
+    /// Eight seconds of a storm of a thousand a second, which is longer than a pass over a full
+    /// card takes, in about one megabyte.
+    static constexpr std::size_t kMostEvents = 8192;
 
     /// Whether the shared socket has ever been bound.
     bool hasDone() const;
@@ -87,6 +93,7 @@ private:
     ResponseSignal responseSignal;      // synchronises itself
     std::mutex eventsMutex;
     std::vector<std::unique_ptr<TKMessage>> events;  // guarded by eventsMutex
+    std::size_t lostEvents = 0;                      // guarded by eventsMutex
 
     // The outstanding request as one word, so that the receive thread never sees half of it: id,
     // ctag, and a bit that says that somebody waits.

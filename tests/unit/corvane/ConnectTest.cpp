@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -141,6 +142,45 @@ TEST_F(ConnectTest, ASendWhileThePeerIsAwayFailsAndTheNextAfterItsReturnArrives)
                  "send to /tmp/receiver.ipc: nobody listens there: Connection refused");
     startListener();
     expectToTravel("arrives");
+}
+
+TEST_F(ConnectTest, AListenerOfAnotherUserIsRefused) {
+    if (!otherUsersExist()) {
+        return;
+    }
+    RawSocket stranger;
+    stranger.bind("/tmp/stranger.ipc");
+    ASSERT_EQ(chown("/tmp/stranger.ipc", kOtherUser, kOtherUser), 0);
+    EXPECT_FALSE(sender.connect("/tmp/stranger.ipc"));
+    EXPECT_STREQ(sender.getErrorMessage(),
+                 "connect to /tmp/stranger.ipc: the file there belongs to user 65534, who is not "
+                 "trusted");
+}
+
+TEST_F(ConnectTest, ALinkOfAnotherUserToAListenerIsRefused) {
+    if (!otherUsersExist()) {
+        return;
+    }
+    ASSERT_EQ(symlink(kPath, "/tmp/link.ipc"), 0);
+    ASSERT_EQ(lchown("/tmp/link.ipc", kOtherUser, kOtherUser), 0);
+    EXPECT_FALSE(sender.connect("/tmp/link.ipc"));
+    EXPECT_STREQ(sender.getErrorMessage(),
+                 "connect to /tmp/link.ipc: the file there belongs to user 65534, who is not "
+                 "trusted");
+}
+
+TEST_F(ConnectTest, AStrangersSocketInThePlaceOfThePeersGetsNothing) {
+    if (!otherUsersExist()) {
+        return;
+    }
+    ASSERT_TRUE(sender.connect(kPath));
+    ASSERT_EQ(chown(kPath, kOtherUser, kOtherUser), 0);
+    EXPECT_EQ(sender.send("secret"), -1);
+    EXPECT_STREQ(sender.getErrorMessage(),
+                 "send to /tmp/receiver.ipc: the file there belongs to user 65534, who is not "
+                 "trusted");
+    ASSERT_EQ(chown(kPath, 0, 0), 0);
+    expectToTravel("message");
 }
 
 TEST_F(ConnectTest, AnotherConnectChangesThePeer) {

@@ -64,6 +64,21 @@ TEST(IPCWorkerQueueTest, NothingIsQueuedForDataThatIsNoJson) {
     EXPECT_EQ(worker.takeNotification(), nullptr);
 }
 
+TEST(IPCWorkerQueueTest, RefusesWhatDoesNotFitUntilSomethingIsTaken) {
+    IPCWorker worker;
+    const std::string data = "\"" + std::string(IPCWorker::kMostBytes / 5, 'x') + "\"";
+    worker.notify("/first", data);
+    worker.notify("/second", data);
+    EXPECT_EQ(messageOf([&] { worker.notify("/third", data); }), "Too many notifications wait");
+    worker.notify("/small", "{}");
+    EXPECT_EQ(worker.takeNotification()->getUri(), "/first");
+    worker.notify("/fourth", data);
+    for (const char* uri : {"/second", "/small", "/fourth"}) {
+        EXPECT_EQ(worker.takeNotification()->getUri(), uri);
+    }
+    EXPECT_EQ(worker.takeNotification(), nullptr);
+}
+
 TEST(IPCWorkerQueueTest, OwnsWhatItHolds) {
     int destroyed = 0;
     {

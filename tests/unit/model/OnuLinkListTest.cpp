@@ -86,6 +86,17 @@ TEST_F(OnuLinkListTest, RefusesAMacThatIsThereAlready) {
     EXPECT_EQ(link->getSlotId(), "3");
 }
 
+TEST(FullOnuLinkListTest, RefusesALinkMoreUntilOneIsRemoved) {
+    OnuLinkList full;
+    for (std::size_t i = 0; i < OnuLinkList::kMostLinks; i++) {
+        ASSERT_TRUE(full.addOnuLink("mac " + std::to_string(i)));
+    }
+    EXPECT_FALSE(full.addOnuLink("one more"));
+    EXPECT_EQ(full.size(), OnuLinkList::kMostLinks);
+    EXPECT_TRUE(full.removeOnuFromMacAddress("mac 3"));
+    EXPECT_TRUE(full.addOnuLink("one more"));
+}
+
 TEST_F(OnuLinkListTest, TakesAMacOfOtherCaseAsAnotherLink) {
     EXPECT_TRUE(list.addOnuLink("A"));
     EXPECT_THAT(macsOf(list), ElementsAre("c", "a", "b", "A"));

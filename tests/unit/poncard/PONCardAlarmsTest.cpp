@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "PONCardLinkFixture.h"
+#include "ipc/IPCWorker.h"
 #include "model/Container.h"
 #include "unit/model/LimitedJsonMemory.h"
 #include "unit/tk/FailingAllocation.h"
@@ -13,6 +14,18 @@ namespace {
 
 constexpr const char* kA = "00:0f:e9:00:00:0a";
 constexpr const char* kB = "00:0f:e9:00:00:0b";
+/// What the link to the database manager carries.
+constexpr std::size_t kLargestMessage = std::size_t{1} << 20;
+
+std::size_t rowsIn(const std::string& report) {
+    std::size_t rows = 0;
+    for (std::size_t at = report.find("{\"alarm\":"); at != std::string::npos;
+         at = report.find("{\"alarm\":", at + 1)) {
+        rows++;
+    }
+    return rows;
+}
+
 constexpr const char* kAllOnuOffline =
     R"({"action":"set","uri":"/onu/set/all/offline","data":{"id":"0","slot_id":"3"}})";
 
@@ -332,6 +345,37 @@ TEST_F(PONCardAlarmsTest, AlarmsWhoseReportFailsStayForTheNextOne) {
               }),
               "createObject[#]: Impossible to allocate memory\n");
     EXPECT_EQ(alarms(), alarmReport({{"Loss of Signal", "ONU Link: 00:0f:e9:00:00:0a", "On"}}));
+}
+
+TEST_F(PONCardAlarmsTest, MoreAlarmsThanAMessageHoldsAreReportedInSeveral) {
+    for (std::size_t i = 0; i <= PONCardHelper::kMostAlarms; i++) {
+        helper.addLinkReportAlarm(kA);
+    }
+    const Texts first = takeNotifications();
+    ASSERT_EQ(first.size(), 1U);
+    EXPECT_EQ(rowsIn(first[0]), PONCardHelper::kMostAlarms);
+    EXPECT_LT(first[0].size(), kLargestMessage);
+    const Texts second = alarms();
+    ASSERT_EQ(second.size(), 1U);
+    EXPECT_EQ(rowsIn(second[0]), 1U);
+}
+
+TEST_F(PONCardAlarmsTest, AlarmsThatCannotBeReportedAreLostBeyondTheMostAndCounted) {
+    for (std::size_t i = 0; i < PONCardHelper::kMostAlarms; i++) {
+        helper.addLinkReportAlarm(kA);
+    }
+    linesPrintedBy([this] {
+        const std::string large = "\"" + std::string(IPCWorker::kMostBytes / 2 - 1000, 'x') + "\"";
+        IPCWorker::getInstance()->notify("/large", large);
+        for (int i = 0; i < 3; i++) {
+            helper.addLinkReportAlarm(kB);
+        }
+    });
+    EXPECT_EQ(takeNotifications().size(), 1U);
+    EXPECT_EQ(
+        linesPrintedBy([this] { EXPECT_EQ(rowsIn(alarms().at(0)), PONCardHelper::kMostAlarms); }),
+        "doReportAlarmToDBMan: 3 alarms of slot 3 lost, more than 4096 waited to be reported\n");
+    EXPECT_EQ(alarms(), Texts{});
 }
 
 TEST_F(PONCardAlarmsTest, AReportThatFailsOtherwiseIsPrintedUnderTheOperation) {

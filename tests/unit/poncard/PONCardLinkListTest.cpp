@@ -309,6 +309,15 @@ TEST_F(PONCardLinkDumpTest, AFileThatCannotBeOpenedIsPassedOverAndTheCallCounts)
     EXPECT_TRUE(takeDump());
 }
 
+TEST_F(PONCardLinkDumpTest, ALinkInThePlaceOfTheFileIsNotFollowed) {
+    std::ofstream("/tmp/precious") << "kept";
+    std::filesystem::create_symlink("/tmp/precious", "/tmp/onu-3.log");
+    EXPECT_EQ(textPrintedBy([this] { helper.doOnuListDump(); }), "");
+    EXPECT_EQ(std::filesystem::file_size("/tmp/precious"), 4U);
+    EXPECT_TRUE(takeDump());
+    std::filesystem::remove("/tmp/precious");
+}
+
 TEST_F(PONCardLinkDumpTest, AListThatCannotBeBuiltIsAnEmptyObject) {
     discover("0a");
     {

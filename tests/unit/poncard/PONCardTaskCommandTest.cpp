@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "PONCardTaskFixture.h"
+#include "support/ThrownBy.h"
 #include "support/WaitFor.h"
 #include "tk/SocketHelper.h"
 #include "unit/model/SleepingThread.h"
@@ -255,6 +256,18 @@ TEST_F(PONCardTaskCommandTest, APassCarriesOutOneCommand) {
     EXPECT_EQ(slot.getTaskCount(), 2U);
     slot.runTaskPass();
     EXPECT_EQ(slot.getTaskCount(), 1U);
+}
+
+TEST_F(PONCardTaskCommandTest, ACommandBeyondTheMostIsRefusedAndThoseThatWaitStay) {
+    for (std::size_t i = 0; i < PONCardTask::kMostTasks; i++) {
+        slot.addTask(commandOf("/unknown"));
+    }
+    EXPECT_EQ(messageThrownBy([this] { slot.addTask(commandOf("/unknown")); }),
+              "Too many commands wait for slot ");
+    EXPECT_EQ(slot.getTaskCount(), PONCardTask::kMostTasks);
+    slot.runTaskPass();
+    slot.addTask(commandOf("/unknown"));
+    EXPECT_EQ(slot.getTaskCount(), PONCardTask::kMostTasks);
 }
 
 TEST_F(PONCardTaskCommandTest, CommandsThatAreNeverTakenEndWithTheSlot) {

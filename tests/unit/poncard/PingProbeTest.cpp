@@ -63,6 +63,11 @@ TEST(PingCommand, OrdinaryAddressesAreTakenAsTheyAre) {
               "ping -w 1 -I 192.168.10.1 192.168.10.13 | grep ' 100% packet loss' | wc -l");
 }
 
+TEST(PingCommand, AnAddressIsNeverAnOption) {
+    EXPECT_EQ(pingCommand("127.0.0.1", "-f"),
+              "ping -w 1 -I 127.0.0.1 -- -f | grep ' 100% packet loss' | wc -l");
+}
+
 TEST(PingCommand, AnInterfaceIsTakenAsItIs) {
     EXPECT_EQ(pingCommand("eth0.100", "10.0.0.1"),
               "ping -w 1 -I eth0.100 10.0.0.1 | grep ' 100% packet loss' | wc -l");

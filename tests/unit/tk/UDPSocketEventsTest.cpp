@@ -3,6 +3,7 @@
 #include <optional>
 #include <thread>
 
+#include "support/PrintedText.h"
 #include "support/ScriptedTransport.h"
 #include "support/ThrownBy.h"
 #include "tk/UDPSocket.h"
@@ -37,6 +38,12 @@ protected:
 
     void exchange() { socket->sendRequestMessage(&requests, &responses); }
 
+    /// Hands an event over without the transport, which would keep a note of each.
+    bool socketTakes(const char* id) {
+        auto message = received(event(id, "00 00"));
+        return socket->processRxQueue(message);
+    }
+
     std::size_t pulledCount() {
         ResponseMessage pulled(0ms);
         socket->pullAllAlarm(pulled);
@@ -53,6 +60,22 @@ TEST_F(UDPSocketEvents, EventWithoutAnExchangeWaitsToBePulled) {
     connect(kHasty);
     EXPECT_TRUE(card.deliverNow(event("80 1a", "00 00")));
     EXPECT_EQ(pulledCount(), 1U);
+}
+
+TEST_F(UDPSocketEvents, EventsBeyondTheMostAreLostAndCounted) {
+    connect(kHasty);
+    for (std::size_t i = 0; i < UDPSocket::kMostEvents; i++) {
+        ASSERT_TRUE(socketTakes("80 1a"));
+    }
+    EXPECT_FALSE(socketTakes("80 1a"));
+    EXPECT_FALSE(socketTakes("80 19"));
+    std::size_t pulled = 0;
+    EXPECT_EQ(test::textPrintedBy([&] { pulled = pulledCount(); }),
+              "pullAllAlarm: 2 events of slot 1 lost, more than 8192 waited\n");
+    EXPECT_EQ(pulled, UDPSocket::kMostEvents);
+    EXPECT_TRUE(socketTakes("80 1a"));
+    EXPECT_EQ(test::textPrintedBy([&] { pulled = pulledCount(); }), "");
+    EXPECT_EQ(pulled, 1U);
 }
 
 TEST_F(UDPSocketEvents, EveryIdFrom0x8000UpIsAnEvent) {
