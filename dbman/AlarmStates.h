@@ -1,6 +1,5 @@
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -8,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -22,7 +22,9 @@ struct AlarmKey {
     std::string resource;
     std::string alarm;
 
-    auto operator<=>(const AlarmKey&) const = default;
+    bool operator<(const AlarmKey& other) const {
+        return std::tie(slot, resource, alarm) < std::tie(other.slot, other.resource, other.alarm);
+    }
 };
 
 struct AlarmState {

@@ -113,7 +113,7 @@ ControlCommand commandOf(const ScenarioLine& line) {
     arguments.insert(arguments.end(), line.words.begin(), line.words.end());
     const auto parsed = parseCommandLine(arguments);
     if (const auto* options = std::get_if<ControlOptions>(&parsed)) {
-        const auto command = controlCommand(*options);
+        auto command = controlCommand(*options);
         if (command.run != nullptr) {
             throw UsageError("--follow can't be used in a scenario; allowed: without");
         }
