@@ -14,6 +14,7 @@ from support import namespace  # noqa: E402
 from support.card import Card  # noqa: E402
 from support.peer import Peer  # noqa: E402
 from support.process import Process  # noqa: E402
+from support.product import chassis  # noqa: E402, F401
 
 PRESET = os.environ.get("PONMGR_PRESET", "release")
 BUILD = Path(os.environ.get("PONMGR_BUILD", ROOT / "build" / PRESET))

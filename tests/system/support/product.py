@@ -1,0 +1,84 @@
+"""The whole product: a simulated chassis, the database manager and the daemon, and what each says is
+there."""
+
+import json
+import os
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from .process import Process
+from .waiting import wait_for
+
+ROOT = Path(__file__).resolve().parents[3]
+BUILD = Path(os.environ.get("PONMGR_BUILD", ROOT / "build" / os.environ.get("PONMGR_PRESET", "release")))
+SCENARIOS = ROOT / "sim" / "scenarios"
+
+
+def program(name):
+    """Programs that have no build of their own for a sanitizer are taken as released."""
+    built = BUILD / "bin" / name
+    return built if built.exists() else ROOT / "build" / "release" / "bin" / name
+
+
+def ask(name, *words):
+    done = subprocess.run([program(name), *words, "--json"], capture_output=True, text=True)
+    assert done.returncode == 0, done.stdout
+    return json.loads(done.stdout)
+
+
+def control(*words):
+    return ask("chassis-sim", "ctl", *words)
+
+
+def wait_in_service(limit="50s"):
+    control("wait", "in-service", "--timeout", limit)
+
+
+def inventory():
+    """On-line cards and ONUs as the database manager shows them."""
+    cards = {(card["slot_id"], card["mac_address"]) for card in ask("dbman", "card", "list")["cards"]
+             if card["state"] == "on-line"}
+    onus = {(onu["slot_id"], onu["pon_port"], onu["mac_address"])
+            for onu in ask("dbman", "onu", "list")["onus"] if onu["state"] == "on-line"}
+    return cards, onus
+
+
+def truth():
+    """The same as it is in the chassis."""
+    told = control("truth")
+    cards = {(str(card["slot"]), card["mac"]) for card in told["cards"] if card["online"]}
+    onus = {(str(onu["slot"]), str(onu["port"]), onu["mac"])
+            for onu in told["onus"] if onu["online"]}
+    return cards, onus
+
+
+def wait_for_agreement(limit=30.0):
+    wait_for(lambda: inventory() == truth(), limit,
+             lambda: f"the inventory {inventory()} is the truth {truth()}")
+
+
+@pytest.fixture
+def chassis(processes, monkeypatch):
+    """Starts a chassis, the database manager and the daemon, and waits until they agree."""
+    started = []
+    monkeypatch.setenv("XDG_STATE_HOME", "/tmp/state")
+
+    def start(slots, *options, agree=True):
+        simulator = Process("chassis-sim", [program("chassis-sim"), "--slots", slots, "--seed", "1",
+                                            *options])
+        started.append(simulator)
+        simulator.wait_for_line("chassis-sim ready")
+        started.append(Process("dbman", [program("dbman"), "serve", "--slots", slots]))
+        started[1].wait_for_line("dbman ready")
+        processes("ponmgrd")
+        if agree:
+            wait_in_service()
+            wait_for_agreement()
+        return simulator
+
+    yield start
+    for process in reversed(started):
+        process.stop()
+        print(f"--- {process.name}:\n" + "\n".join(process.texts()[-30:]))
