@@ -72,7 +72,7 @@ void IPCWorker::addNotification(std::unique_ptr<APIData> message) {
     if (waitingBytes + size > kMostBytes) {
         PONMGR_THROW("Too many notifications wait");
     }
-    notifications.push_back(std::move(message));
+    notifications.push_back({std::move(message), size});
     waitingBytes += size;
     notifyCondition.notify_one();
 }
@@ -88,9 +88,9 @@ std::unique_ptr<APIData> IPCWorker::takeNotification() {
     if (notifications.empty()) {
         return nullptr;
     }
-    auto message = std::move(notifications.front());
+    auto message = std::move(notifications.front().message);
+    waitingBytes -= notifications.front().bytes;
     notifications.pop_front();
-    waitingBytes -= sizeOf(*message);
     if (notifications.empty()) {
         notifications.shrink_to_fit();
     }

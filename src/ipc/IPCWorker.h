@@ -52,7 +52,7 @@ public:
     /// addNotification throw; nothing is queued then. Any thread.
     void notify(const std::string& uri, const std::string& data);
 
-    /// The oldest message that waits to be sent, or null. Any thread.
+    /// The oldest message that waits to be sent, or null. Takes no memory. Any thread.
     std::unique_ptr<APIData> takeNotification();
 
 private:
@@ -66,8 +66,12 @@ private:
 
     std::mutex notifyMutex;
     std::condition_variable notifyCondition;
-    std::deque<std::unique_ptr<APIData>> notifications;  // guarded by notifyMutex
-    std::size_t waitingBytes = 0;                        // guarded by notifyMutex
+    struct Waiting {
+        std::unique_ptr<APIData> message;
+        std::size_t bytes;
+    };
+    std::deque<Waiting> notifications;  // guarded by notifyMutex
+    std::size_t waitingBytes = 0;       // guarded by notifyMutex
 
     std::thread receiveThread;
     std::thread notificationThread;
