@@ -15,6 +15,9 @@ constexpr std::string_view kLinkMoved = "ONU Link Moved Between PON Ports";
 constexpr std::string_view kReportTimeout = "Report Timeout";
 constexpr std::string_view kDyingGasp = "Standard Dying Gasp";
 
+constexpr int kFirstSlot = 1;
+constexpr int kLastSlot = 8;
+
 bool isOfLink(const AlarmKey& key, const std::string& macAddress) {
     return (key.resource.starts_with(kOnuLink) || key.resource.starts_with(kOltLink)) &&
            key.resource.substr(kOnuLink.size()) == macAddress;
@@ -50,12 +53,21 @@ bool AlarmStates::report(const AlarmKey& key, bool isRaised, Time time) {
         clear(state, time);
     }
     if (!isRaised && key.alarm == kReportTimeout && key.resource.starts_with(kOnuLink)) {
-        const auto gasp = statesByKey.find({key.slot, key.resource, std::string(kDyingGasp)});
-        if (gasp != statesByKey.end() && gasp->second.isRaised) {
-            clear(gasp->second, time);
-        }
+        clearLosses(key.resource, time);
     }
     return true;
+}
+
+// In every slot: it may have been plugged in at another card.
+void AlarmStates::clearLosses(const std::string& link, Time time) {
+    for (int slot = kFirstSlot; slot <= kLastSlot; slot++) {
+        for (const auto name : {kReportTimeout, kDyingGasp}) {
+            const auto loss = statesByKey.find({slot, link, std::string(name)});
+            if (loss != statesByKey.end() && loss->second.isRaised) {
+                clear(loss->second, time);
+            }
+        }
+    }
 }
 
 bool AlarmStates::makeRoomFor(const AlarmKey& key) {

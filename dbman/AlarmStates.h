@@ -62,7 +62,8 @@ public:
     /// Takes over a report of the daemon at `time`. Raised twice counts twice; a clearing without a
     /// raising makes a cleared state that counts 0. A link's move is over as soon as it has
     /// happened: its state is counted and cleared at once. A link that reports again has neither
-    /// its report timeout any more nor its dying gasp. False: there are too many raised alarms.
+    /// a report timeout any more nor a dying gasp, whatever the slot. False: there are too many
+    /// raised alarms.
     bool report(const AlarmKey& key, bool isRaised, Time time);
 
     /// Clears what is raised for links of this MAC address.
@@ -87,6 +88,7 @@ private:
     // All of them need the mutex.
     void noteChange(const AlarmKey& key);
     bool makeRoomFor(const AlarmKey& key);
+    void clearLosses(const std::string& link, Time time);
     void raise(AlarmState& state, Time time);
     void clear(AlarmState& state, Time time);
     void forgetOldestCleared();

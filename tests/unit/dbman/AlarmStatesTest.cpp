@@ -91,6 +91,22 @@ TEST_F(AlarmStatesTest, ALinkThatReportsAgainIsNotDyingAnyMore) {
     EXPECT_EQ(raised[1].key.resource, "ONU Link: 00:11:22:33:44:66");
 }
 
+TEST_F(AlarmStatesTest, ALinkThatReportsBehindAnotherCardIsLostBehindNone) {
+    const std::string link = "ONU Link: 00:0d:b6:03:00:07";
+    AlarmStates states;
+    for (const char* alarm : {"Report Timeout", "Standard Dying Gasp", "Laser Always On"}) {
+        ASSERT_TRUE(states.report({8, link, alarm}, true, Time{}));
+    }
+    ASSERT_TRUE(states.report({8, "ONU Link: 00:0d:b6:03:00:08", "Report Timeout"}, true, Time{}));
+    ASSERT_TRUE(states.report({6, link, "Report Timeout"}, false, Time{}));
+    std::vector<std::string> raised;
+    for (const auto& state : states.states(std::nullopt, true)) {
+        raised.push_back(state.key.resource.substr(state.key.resource.size() - 2) + " " +
+                         state.key.alarm);
+    }
+    EXPECT_THAT(raised, testing::ElementsAre("07 Laser Always On", "08 Report Timeout"));
+}
+
 TEST_F(AlarmStatesTest, ALinksMoveIsCountedAndOverAtOnce) {
     report("ONU Link Moved Between PON Ports", true, 10);
     report("ONU Link Moved Between PON Ports", true, 20);
