@@ -18,7 +18,7 @@ def alarms(*words):
 
 
 def test_a_bad_day_ends_with_the_truth_in_the_inventory(chassis):
-    simulator = chassis("1-8", "--onus", str(ONUS), "--reset-time", "1s", "--scenario",
+    simulator, _, _ = chassis("1-8", "--onus", str(ONUS), "--reset-time", "1s", "--scenario",
                         str(SCENARIOS / "bad-day.jsonl"), agree=False)
     simulator.wait_for_line("bad-day.jsonl ended: ", 150)
     assert any("bad-day.jsonl ended: " in line and " 0 failed" in line for line in simulator.texts())

@@ -19,7 +19,7 @@ def network(action, slot):
 
 
 def test_a_fibre_cut_takes_its_onus_offline_and_its_repair_brings_them_back(chassis):
-    simulator = chassis("3", "--onus", "4", "--reset-time", "1s", "--scenario",
+    simulator, _, _ = chassis("3", "--onus", "4", "--reset-time", "1s", "--scenario",
                         str(SCENARIOS / "fibre-cut.jsonl"), "--scenario-speed", "3", agree=False)
     simulator.wait_for_line("card 3 cut 1: slot 3 port 1: fibre cut")
     wait_for(lambda: {onu["pon_port"] for onu in ask("dbman", "onu", "list")["onus"]

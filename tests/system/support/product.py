@@ -4,6 +4,7 @@ there."""
 import json
 import os
 import subprocess
+from collections import namedtuple
 from pathlib import Path
 
 import pytest
@@ -59,9 +60,13 @@ def wait_for_agreement(limit=30.0):
              lambda: f"the inventory {inventory()} is the truth {truth()}")
 
 
+Started = namedtuple("Started", ["simulator", "manager", "daemon"])
+
+
 @pytest.fixture
 def chassis(processes, monkeypatch):
-    """Starts a chassis, the database manager and the daemon, and waits until they agree."""
+    """Starts a chassis, the database manager and the daemon, and waits until they agree; gives the three
+    processes."""
     started = []
     monkeypatch.setenv("XDG_STATE_HOME", "/tmp/state")
 
@@ -72,11 +77,11 @@ def chassis(processes, monkeypatch):
         simulator.wait_for_line("chassis-sim ready")
         started.append(Process("dbman", [program("dbman"), "serve", "--slots", slots]))
         started[1].wait_for_line("dbman ready")
-        processes("ponmgrd")
+        daemon = processes("ponmgrd")
         if agree:
             wait_in_service()
             wait_for_agreement()
-        return simulator
+        return Started(simulator, started[1], daemon)
 
     yield start
     for process in reversed(started):
