@@ -12,7 +12,7 @@ build_packages=(
 )
 run_packages=(jq)
 test_packages=(
-    libgtest-dev libgmock-dev
+    libgtest-dev libgmock-dev librapidcheck-dev
     clang libclang-rt-14-dev llvm      # the sanitizers: their tests build in half the time gcc takes
     clang-format clang-tidy
     python3 python3-pytest python3-pytest-xdist python3-pytest-forked python3-pytest-timeout
