@@ -19,8 +19,6 @@ constexpr int kLastPort = 1;
 constexpr int kFirstVlan = 1;
 constexpr int kLastVlan = 4095;
 constexpr int kMacAddressPairs = 6;
-constexpr double kLowestLevel = -60;
-constexpr double kHighestLevel = 20;
 constexpr int kHighestCount = 10'000;
 constexpr int kLongestDays = 3650;
 

@@ -40,6 +40,10 @@ std::string parseMacAddress(std::string_view text);
 /// A VLAN id, 1 to 4095; returned as decimal text without leading zeros.
 std::string parseVlan(std::string_view text);
 
+/// What an optical level in dBm may be.
+constexpr int kLowestLevel = -60;
+constexpr int kHighestLevel = 20;
+
 /// An optical level in dBm, -60 to 20, with or without the unit: "-25", "-25.5dBm".
 double parseLevel(std::string_view text);
 

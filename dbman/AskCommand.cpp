@@ -6,6 +6,7 @@
 #include "dbman/Errors.h"
 #include "dbman/Given.h"
 #include "dbman/Surroundings.h"
+#include "dbman/Views.h"
 
 namespace ponmgr::dbman {
 
@@ -31,6 +32,14 @@ void askAndShow(const Command& command, const Given& given, const Surroundings& 
     const auto answer = ask(controlPath(given, surroundings), request, surroundings);
     surroundings.out << (given.has("--json") ? answer.text + "\n"
                                              : command.view(answer.json, screenOf(surroundings)))
+                     << std::flush;
+}
+
+void sendAndShow(const Command& command, const Given& given, const Surroundings& surroundings) {
+    const auto request = requestOf(command, given);
+    const auto answer = ask(controlPath(given, surroundings), request, surroundings);
+    surroundings.out << (given.has("--json") ? answer.text + "\n"
+                                             : viewSent(OrderedJson::parse(answer.text)))
                      << std::flush;
 }
 

@@ -30,6 +30,9 @@ std::string cellOf(const Json& item, const Column& column) {
     if (column.isBoolean && (value == "1" || value == "0")) {
         return value == "1" ? "yes" : "no";
     }
+    if (column.isReportTime && !value.empty() && textOf(item, "reported_since_start") == "false") {
+        value += " (before restart)";
+    }
     return value;
 }
 

@@ -16,6 +16,8 @@ struct Column {
     int rank = 0;
     /// "1" is shown as "yes" and "0" as "no".
     bool isBoolean = false;
+    /// The time of the last report; one of a former run of dbman is marked.
+    bool isReportTime = false;
 };
 
 /// The member `key` as text; numbers and booleans as JSON prints them; empty when there is none.

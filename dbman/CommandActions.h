@@ -9,6 +9,9 @@ namespace ponmgr::dbman {
 /// Sends the request to the running dbman and shows the answer.
 void askAndShow(const Command& command, const Given& given, const Surroundings& surroundings);
 
+/// The same for a message to the daemon: shows what was sent, its values in the order of sending.
+void sendAndShow(const Command& command, const Given& given, const Surroundings& surroundings);
+
 /// Shows the last events; with --follow also new ones, until Ctrl-C.
 void showEvents(const Command& command, const Given& given, const Surroundings& surroundings);
 

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <map>
 #include <stdexcept>
+#include <string_view>
 
 #include "dbman/CommandTable.h"
+#include "dbman/CommandWords.h"
 #include "dbman/Errors.h"
 #include "dbman/Given.h"
 #include "dbman/Json.h"
@@ -16,13 +18,23 @@ namespace ponmgr::dbman {
 
 namespace {
 
+/// The end of a group's help: the example of its first command.
+std::string footerOf(const Group& group) {
+    const auto commands = commandTable();
+    const auto first = std::find_if(commands.begin(), commands.end(), [&group](const Command& row) {
+        return row.group != nullptr && std::string_view(row.group) == group.name;
+    });
+    return std::string("Example:\n  ") + first->example + "\n\"dbman " + group.name +
+           " COMMAND --help\" says more.";
+}
+
 /// One run of the program.
 class Run {
 public:
     explicit Run(const Surroundings& runSurroundings)
         : surroundings(runSurroundings), out(surroundings.out), err(surroundings.err) {}
 
-    ExitCode run(std::vector<std::string> arguments);
+    ExitCode run(const std::vector<std::string>& arguments);
 
 private:
     void declareAll();
@@ -32,7 +44,8 @@ private:
     bool mayBeConsole() const;
     void act();
     ExitCode fail(ExitCode code, const std::string& error);
-    ExitCode handleParseError(const CLI::ParseError& error);
+    ExitCode handleParseError(const CLI::ParseError& error,
+                              const std::vector<std::string>& arguments);
 
     Surroundings surroundings;
     std::ostream& out;
@@ -86,6 +99,7 @@ void Run::declareAll() {
     app.require_subcommand(mayBeConsole() ? 0 : 1, 1);
     for (const auto& row : groupTable()) {
         groups[row.name] = app.add_subcommand(row.name, row.description)->require_subcommand(1, 1);
+        groups[row.name]->footer(footerOf(row));
     }
     for (const auto& command : commandTable()) {
         declare(command);
@@ -116,26 +130,31 @@ ExitCode Run::fail(ExitCode code, const std::string& error) {
     return code;
 }
 
-ExitCode Run::handleParseError(const CLI::ParseError& error) {
-    if (error.get_exit_code() != 0 && json) {
-        return fail(ExitCode::usage, error.what());
+ExitCode Run::handleParseError(const CLI::ParseError& error,
+                               const std::vector<std::string>& arguments) {
+    if (error.get_exit_code() == 0) {
+        // --help or --version was asked for.
+        app.exit(error, out, err);
+        out << std::flush;
+        return ExitCode::done;
     }
-    const bool asked = app.exit(error, out, err) == 0;
-    out << std::flush;
-    return asked ? ExitCode::done : ExitCode::usage;
+    const auto words = findCommand(arguments);
+    return fail(ExitCode::usage,
+                words.command == nullptr
+                    ? words.error
+                    : error.what() + ("; see dbman " + fullName(*words.command)) + " --help");
 }
 
-ExitCode Run::run(std::vector<std::string> arguments) {
+ExitCode Run::run(const std::vector<std::string>& arguments) {
     declareAll();
     // An error is JSON even when the command line can't be read to its end.
     json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
-    std::reverse(arguments.begin(), arguments.end());
     try {
-        app.parse(std::move(arguments));
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         act();
         return ExitCode::done;
     } catch (const CLI::ParseError& error) {
-        return handleParseError(error);
+        return handleParseError(error, arguments);
     } catch (const ArgumentError& error) {
         return fail(ExitCode::usage, error.what());
     } catch (const NotRunning& error) {

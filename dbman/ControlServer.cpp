@@ -13,8 +13,10 @@
 
 namespace ponmgr::dbman {
 
-ControlServer::ControlServer(std::string controlPath, Handler lineHandler)
-    : path(std::move(controlPath)), handler(std::move(lineHandler)) {}
+ControlServer::ControlServer(std::string controlPath, Handler lineHandler, Report errorReport)
+    : path(std::move(controlPath)),
+      handler(std::move(lineHandler)),
+      report(std::move(errorReport)) {}
 
 ControlServer::~ControlServer() {
     stop();
@@ -47,14 +49,16 @@ void ControlServer::stop() {
 void ControlServer::run() {
     std::vector<pollfd> polled;
     while (true) {
-        polled.assign({{stopEvent.get(), POLLIN, 0}, {listener->descriptor(), POLLIN, 0}});
+        // A client that can't be taken stays ready; without a pause poll() would never wait.
+        const int listening = isPausing() ? -1 : listener->descriptor();
+        polled.assign({{stopEvent.get(), POLLIN, 0}, {listening, POLLIN, 0}});
         for (const auto& connection : connections) {
             // A client that doesn't fetch its answers gets no further ones.
             const bool writes = !connection.output.empty();
             polled.push_back(
                 {connection.descriptor.get(), static_cast<short>(writes ? POLLOUT : POLLIN), 0});
         }
-        if (poll(polled.data(), polled.size(), -1) < 0) {
+        if (poll(polled.data(), polled.size(), pollTimeout()) < 0) {
             continue;
         }
         if (polled[0].revents != 0) {
@@ -65,13 +69,35 @@ void ControlServer::run() {
         }
         std::erase_if(connections,
                       [](const Connection& connection) { return !connection.descriptor.isOpen(); });
+        acceptOrPause();
+    }
+}
+
+int ControlServer::pollTimeout() const {
+    using std::chrono::milliseconds;
+    const auto pause = acceptAgain - std::chrono::steady_clock::now();
+    return pause.count() > 0 ? static_cast<int>(std::chrono::ceil<milliseconds>(pause).count())
+                             : -1;
+}
+
+void ControlServer::acceptOrPause() {
+    if (isPausing()) {
+        return;
+    }
+    try {
         acceptAll();
+    } catch (const Failure& error) {
+        acceptAgain = std::chrono::steady_clock::now() + kAcceptPause;
+        if (!std::exchange(isReported, true)) {
+            report(error.what());
+        }
     }
 }
 
 void ControlServer::acceptAll() {
     for (auto descriptor = listener->accept(); descriptor.isOpen();
          descriptor = listener->accept()) {
+        isReported = false;
         Connection connection;
         connection.descriptor = std::move(descriptor);
         if (!isPeerTrusted(connection.descriptor)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,11 +20,17 @@ public:
     /// throws nothing.
     using Handler = std::function<std::string(const std::string& line)>;
 
+    /// Gets why clients can't be taken, once until one can be again. Called on the thread; throws
+    /// nothing.
+    using Report = std::function<void(const std::string& error)>;
+
     /// A longer line ends its connection.
     static constexpr std::size_t kMaximumLineBytes = 65536;
     static constexpr std::size_t kMaximumConnections = 32;
+    /// How long new clients wait when one couldn't be taken.
+    static constexpr std::chrono::milliseconds kAcceptPause{100};
 
-    ControlServer(std::string path, Handler handler);
+    ControlServer(std::string path, Handler handler, Report report);
     ControlServer(const ControlServer&) = delete;
     ControlServer& operator=(const ControlServer&) = delete;
     /// Stops.
@@ -47,7 +54,11 @@ private:
     };
 
     void run();
+    /// How long poll() may wait; -1 for ever.
+    int pollTimeout() const;
+    bool isPausing() const { return std::chrono::steady_clock::now() < acceptAgain; }
     void acceptAll();
+    void acceptOrPause();
     void serve(Connection& connection, short events);
     void answerLines(Connection& connection);
     static void flush(Connection& connection);
@@ -56,9 +67,12 @@ private:
     // Constant after construction.
     const std::string path;
     const Handler handler;
+    const Report report;
     // Made by listen(), used by the thread from start() to stop().
     std::unique_ptr<LocalListener> listener;
     std::vector<Connection> connections;
+    std::chrono::steady_clock::time_point acceptAgain;
+    bool isReported = false;
     // Readable when the thread is to end; synchronises itself.
     Descriptor stopEvent;
     std::thread thread;

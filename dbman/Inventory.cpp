@@ -107,6 +107,7 @@ void Inventory::updateCard(int slot, const Record& record, std::vector<Record> m
         card.moduleOltTable = std::move(moduleOltTable);
     }
     card.lastReport = time;
+    card.isReportedSinceStart = true;
     changedCards.insert(slot);
 }
 
@@ -122,6 +123,7 @@ bool Inventory::updateOnu(const std::string& macAddress, std::optional<int> slot
     onu.state = stateOf(record, onu.state);
     merge(onu.record, record);
     onu.lastReport = time;
+    onu.isReportedSinceStart = true;
     noteChange(macAddress);
     return true;
 }

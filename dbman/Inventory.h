@@ -32,7 +32,8 @@ public:
     /// Begins with one card of unknown state for each configured slot.
     explicit Inventory(const SlotConfiguration& configuration);
 
-    /// Takes over what a former run has known; it counts as unchanged.
+    /// Takes over what a former run has known; it counts as unchanged, and as not reported since
+    /// the start.
     void load(const std::vector<Card>& cards, const std::vector<Onu>& onus);
 
     /// A slot's card has this address from now on; without one, nobody watches the card any more

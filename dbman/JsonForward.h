@@ -6,5 +6,6 @@ namespace ponmgr::dbman {
 
 // For headers that only name JSON; Json.h has the rest.
 using Json = nlohmann::json;
+using OrderedJson = nlohmann::ordered_json;
 
 }  // namespace ponmgr::dbman

@@ -101,7 +101,13 @@ LocalListener::~LocalListener() {
 }
 
 Descriptor LocalListener::accept() {
-    return Descriptor(::accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    Descriptor connection(::accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    const int error = errno;
+    const bool isNone = error == EAGAIN || error == ECONNABORTED || error == EINTR;
+    if (!connection.isOpen() && !isNone) {
+        throw Failure("can't take a client at " + path + ": " + errorText(error));
+    }
+    return connection;
 }
 
 bool isPeerTrusted(const Descriptor& connection) {

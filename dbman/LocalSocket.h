@@ -29,7 +29,8 @@ public:
 
     int descriptor() const { return socket.get(); }
 
-    /// The next connection that waits, or one that isn't open when there is none.
+    /// The next connection that waits, or one that isn't open when there is none. Throws Failure
+    /// when it goes on waiting because it can't be taken, as without a descriptor left.
     Descriptor accept();
 
 private:

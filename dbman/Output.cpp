@@ -7,10 +7,22 @@
 namespace ponmgr::dbman {
 
 Output::Output(std::ostream& outputStream, bool beQuiet, Clock timeSource)
-    : quiet(beQuiet), clock(std::move(timeSource)), stream(outputStream) {}
+    : quiet(beQuiet),
+      clock(std::move(timeSource)),
+      shown(std::make_shared<Shown>(outputStream, clock)) {}
 
 void Output::setListener(Listener lineListener) {
     listener = std::move(lineListener);
+}
+
+void Output::start() {
+    isStarted = true;
+    thread.start("dbman-output", [shown = shown] { writeAll(*shown); });
+}
+
+bool Output::stop(std::chrono::milliseconds limit) {
+    shown->queue.end();
+    return thread.finishWithin(limit);
 }
 
 void Output::note(EventKind kind, const std::string& line) {
@@ -36,9 +48,24 @@ void Output::show(EventKind kind, const std::string& line, bool hidden) {
 }
 
 void Output::write(const std::string& line) {
-    const std::lock_guard lock(mutex);
-    // Flushed a line, so that a reader at a pipe's end sees it when it happens.
-    stream << line << '\n' << std::flush;
+    if (isStarted) {
+        shown->queue.add(line + "\n");
+    } else {
+        shown->stream << line + "\n" << std::flush;
+    }
+}
+
+void Output::writeAll(Shown& shown) {
+    for (auto batch = shown.queue.take(); !batch.lines.empty(); batch = shown.queue.take()) {
+        if (batch.leftOut > 0) {
+            batch.lines.push_back(formatUtc(shown.clock()) + " " + std::to_string(batch.leftOut) +
+                                  " lines not shown\n");
+        }
+        for (const auto& line : batch.lines) {
+            // Flushed a line, so that a reader at a pipe's end sees it when it happens.
+            shown.stream << line << std::flush;
+        }
+    }
 }
 
 }  // namespace ponmgr::dbman

@@ -91,6 +91,7 @@ OrderedJson toJson(const Card& card) {
         json["module_olt_table"].push_back(toJson(row));
     }
     json["last_report"] = timeText(card.lastReport);
+    json["reported_since_start"] = card.isReportedSinceStart;
     return json;
 }
 
@@ -100,6 +101,7 @@ OrderedJson toJson(const Onu& onu) {
     json["slot_id"] = onu.slot ? std::to_string(*onu.slot) : std::string();
     json["state"] = toText(onu.state);
     json["last_report"] = formatUtc(onu.lastReport);
+    json["reported_since_start"] = onu.isReportedSinceStart;
     for (const auto& [key, value] : onu.record) {
         if (!json.contains(key)) {
             json[key] = value;

@@ -13,10 +13,11 @@
 namespace ponmgr::dbman {
 
 /// The daemon's keys, and "ip_address", "source_address", "state", "last_report" of our own. All
-/// values are text, every key is always there; what isn't known is the empty text.
+/// values are text, every key is always there; what isn't known is the empty text. Only
+/// "reported_since_start" is true or false.
 OrderedJson toJson(const Card& card);
 
-/// The whole record, and "state" and "last_report" of our own.
+/// The whole record, and "state", "last_report" and "reported_since_start" of our own.
 OrderedJson toJson(const Onu& onu);
 
 /// {"cards":[...]}

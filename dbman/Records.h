@@ -27,6 +27,8 @@ struct Card {
     /// Readings of the optical module, one record a PON port.
     std::vector<Record> moduleOltTable;
     std::optional<Time> lastReport;
+    /// The last report came in this run of dbman; else things may have changed unseen.
+    bool isReportedSinceStart = false;
 };
 
 /// An ONU, found by its MAC address.
@@ -38,6 +40,8 @@ struct Onu {
     /// The whole record as it was reported.
     Record record;
     Time lastReport;
+    /// As a card's.
+    bool isReportedSinceStart = false;
 };
 
 /// "unknown", "off-line", "on-line".

@@ -9,8 +9,6 @@ namespace ponmgr::dbman {
 namespace {
 
 constexpr std::size_t kShownValueBytes = 60;
-constexpr double kLowestLevel = -100;
-constexpr double kHighestLevel = 100;
 
 [[noreturn]] void refuse(const std::string& key, const Json& value, const std::string& allowed) {
     throw ArgumentError("\"" + key + "\" " + printable(printJson(value), kShownValueBytes) +
@@ -70,7 +68,7 @@ std::optional<double> optionalLevel(const Json& request) {
     const auto& value = request[kKey];
     if (!value.is_number() || value.get<double>() < kLowestLevel ||
         value.get<double>() > kHighestLevel) {
-        refuse(kKey, value, "a number of dBm from -100 to 100, such as -25");
+        refuse(kKey, value, "a number of dBm from -60 to 20, such as -25");
     }
     return value.get<double>();
 }

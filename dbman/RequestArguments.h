@@ -24,7 +24,7 @@ bool flagOf(const Json& request, const std::string& key);
 std::optional<std::int64_t> optionalNumber(const Json& request, const std::string& key,
                                            std::int64_t first, std::int64_t last);
 
-/// "below": a number of dBm from -100 to 100.
+/// "below": a number of dBm from -60 to 20.
 std::optional<double> optionalLevel(const Json& request);
 
 /// An IPv4 address as a text; returned in its dotted form.

@@ -1,5 +1,6 @@
 #include "dbman/Serve.h"
 
+#include <cstdlib>
 #include <utility>
 
 #include "dbman/DaemonLink.h"
@@ -29,12 +30,10 @@ Server::Server(ServeOptions serveOptions, std::ostream& stream)
               store.waitForRoom();
               notifications.handle(text);
           },
-          [this](const std::string& error) {
-              counters.countLinkError();
-              output.warn("link error: " + error);
-          }),
-      control(options.controlPath,
-              [this](const std::string& line) { return commands.answer(line); }) {
+          [this](const std::string& error) { reportLinkError(error); }),
+      control(
+          options.controlPath, [this](const std::string& line) { return commands.answer(line); },
+          [this](const std::string& error) { reportLinkError(error); }) {
     output.setListener([this](Time time, EventKind kind, const std::string& line) {
         store.post(events.add(time, kind, line));
     });
@@ -52,11 +51,17 @@ void Server::start() {
     }
     control.listen();
     loadState();
+    output.start();
     output.announce(readyLine());
     store.start();
     sender.start();
     receiver.start();
     control.start();
+}
+
+void Server::reportLinkError(const std::string& error) {
+    counters.countLinkError();
+    output.warn("link error: " + error);
 }
 
 void Server::loadState() {
@@ -84,12 +89,13 @@ std::string Server::readyLine() const {
            (areSlotsIgnored ? " of the database (the slot options count only for a new one)" : "");
 }
 
-void Server::stop() {
+bool Server::stop() {
     receiver.stop();
     // Lets a client's request go that waits for the daemon, so that the control thread can end.
     sender.stop();
     control.stop();
     store.stop();
+    return output.stop();
 }
 
 void serveUntilSignal(const ServeOptions& options, std::ostream& stream) {
@@ -97,7 +103,10 @@ void serveUntilSignal(const ServeOptions& options, std::ostream& stream) {
     Server server(options, stream);
     server.start();
     signals.wait();
-    server.stop();
+    if (!server.stop()) {
+        // The usual way out flushes the stream and would wait for its reader too.
+        std::_Exit(EXIT_SUCCESS);
+    }
 }
 
 }  // namespace ponmgr::dbman

@@ -46,10 +46,12 @@ public:
     /// possible.
     void start();
 
-    /// Ends all threads, removes both sockets and closes the database.
-    void stop();
+    /// Ends all threads, removes both sockets and closes the database. False when nobody reads the
+    /// stream, in which a thread is left then; see Output::stop().
+    bool stop();
 
 private:
+    void reportLinkError(const std::string& error);
     void loadState();
     std::string readyLine() const;
 
@@ -71,7 +73,8 @@ private:
     bool areSlotsIgnored = false;
 };
 
-/// Runs a Server until SIGINT or SIGTERM. Throws Failure when it can't start.
+/// Runs a Server until SIGINT or SIGTERM. Throws Failure when it can't start. Ends the process,
+/// with status 0, when nobody reads the stream.
 void serveUntilSignal(const ServeOptions& options, std::ostream& stream);
 
 }  // namespace ponmgr::dbman

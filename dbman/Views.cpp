@@ -29,7 +29,7 @@ constexpr std::array kCardColumns = {
     Column{"MAC", "mac_address", 2},
     Column{"firmware", "app_version", 3},
     Column{"NVS", "nvs_enabled", 5, true},
-    Column{"last report", "last_report", 4},
+    Column{"last report", "last_report", 4, false, true},
 };
 
 constexpr std::array kOnuColumns = {
@@ -42,7 +42,7 @@ constexpr std::array kOnuColumns = {
     Column{"power in", "tx_power_input", 1},
     Column{"power out", "tx_power_output", 3},
     Column{"alarms", "alarm_message", 2},
-    Column{"last report", "last_report", 5},
+    Column{"last report", "last_report", 5, false, true},
 };
 
 constexpr std::array kAlarmColumns = {
@@ -72,6 +72,12 @@ constexpr std::array kDatabaseRows = {
     Column{"database lost writes", "lost_writes"},
     Column{"database error", "error"},
 };
+
+/// The string member `key`, or the empty text.
+std::string orderedText(const OrderedJson& item, const char* key) {
+    const auto found = item.find(key);
+    return found != item.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
 
 }  // namespace
 
@@ -146,18 +152,21 @@ std::string viewStatus(const Json& answer, const Screen& screen) {
     return table.text(screen.columns);
 }
 
-std::string viewSent(const Json& answer, const Screen&) {
+std::string viewSent(const OrderedJson& answer) {
     std::string text;
-    const Json list = arrayOf(answer, "sent");
-    for (const auto& item : list) {
-        Message message{stringMember(item, "uri"), {}};
-        const Json data = objectOf(item, "data");
-        for (const auto& member : data.items()) {
-            message.data.emplace_back(member.key(), stringMember(data, member.key()));
+    const auto sent = answer.find("sent");
+    const bool isList = sent != answer.end() && sent->is_array();
+    for (const auto& item : isList ? *sent : OrderedJson::array()) {
+        Message message{orderedText(item, "uri"), {}};
+        const auto data = item.is_object() ? item.find("data") : item.end();
+        if (data != item.end() && data->is_object()) {
+            for (const auto& member : data->items()) {
+                message.data.emplace_back(member.key(), orderedText(*data, member.key().c_str()));
+            }
         }
         text += "sent " + printable(describeMessage(message), kShownLineBytes) + "\n";
     }
-    const auto note = stringMember(answer, "note");
+    const auto note = orderedText(answer, "note");
     return note.empty() ? text : text + printable(note, kShownLineBytes) + "\n";
 }
 

@@ -35,6 +35,6 @@ std::string viewEvents(const Json& answer, const Screen& screen = {});
 std::string viewStatus(const Json& answer, const Screen& screen = {});
 
 /// {"sent":[...]}, one line a message, and the "note" where there is one.
-std::string viewSent(const Json& answer, const Screen& screen = {});
+std::string viewSent(const OrderedJson& answer);
 
 }  // namespace ponmgr::dbman

@@ -3,7 +3,6 @@
 
 #include <clocale>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -11,23 +10,13 @@
 #include <vector>
 
 #include "dbman/CommandLine.h"
+#include "dbman/StateDirectory.h"
 
 namespace {
 
-/// The value of an environment variable, empty when there is none.
-std::string environment(const char* name) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread yet, and nobody changes it later
-    const char* const value = std::getenv(name);
-    return value == nullptr ? "" : value;
-}
-
 std::string historyFile() {
-    const auto state = environment("XDG_STATE_HOME");
-    if (state.starts_with('/')) {
-        return state + "/ponmgr/dbman_history";
-    }
-    const auto home = environment("HOME");
-    return home.empty() ? "" : home + "/.local/state/ponmgr/dbman_history";
+    const auto directory = ponmgr::dbman::stateDirectory();
+    return directory.empty() ? "" : directory + "/dbman_history";
 }
 
 ponmgr::dbman::Surroundings surroundingsOfProcess() {

@@ -5,11 +5,11 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
 #include "dbman/Errors.h"
+#include "dbman/StateDirectory.h"
 
 namespace ponmgr::dbman {
 
@@ -20,12 +20,6 @@ constexpr mode_t kFileMode = 0640;
 
 std::string reason(int number) {
     return std::generic_category().message(number);
-}
-
-std::string variable(const char* name) {
-    // Nobody changes the environment while dbman runs.
-    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe)
-    return value == nullptr ? "" : value;
 }
 
 void makeDirectories(const std::filesystem::path& directory) {
@@ -53,17 +47,12 @@ int openOrMake(const std::string& path) {
 }  // namespace
 
 std::string defaultDatabaseFile() {
-    std::string base = variable("XDG_STATE_HOME");
-    // A relative one has no meaning.
-    base = base.starts_with('/') ? base : "";
-    if (base.empty() && !variable("HOME").empty()) {
-        base = variable("HOME") + "/.local/state";
-    }
-    if (base.empty()) {
+    const auto directory = stateDirectory();
+    if (directory.empty()) {
         throw Failure("neither XDG_STATE_HOME nor HOME is set; give --database FILE");
     }
-    makeDirectories(std::filesystem::path(base) / "ponmgr");
-    return base + "/ponmgr/dbman.db";
+    makeDirectories(directory);
+    return directory + "/dbman.db";
 }
 
 DatabaseFile::DatabaseFile(const std::string& path) : descriptor(openOrMake(path)) {

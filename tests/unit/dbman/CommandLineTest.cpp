@@ -54,6 +54,32 @@ TEST(CommandLine, NamesTheWrongValueAndWhatIsAllowed) {
               "dbman: VLAN \"4096\" is not allowed: a VLAN is a number from 1 to 4095\n");
 }
 
+TEST(CommandLine, NamesACommandThatThereIsNotAndThoseThereAre) {
+    const auto outcome = runProgram({"--control", "/tmp/x.ctl", "frob"});
+    EXPECT_EQ(outcome.code, ExitCode::usage);
+    EXPECT_EQ(outcome.err,
+              "dbman: unknown command \"frob\"; there are: serve, slot, card, onu, port, alarm, "
+              "optics, events, watch, status, send, completion\n");
+    EXPECT_EQ(runProgram({"card", "frob", "--json"}).out,
+              "{\"error\":\"unknown command \\\"card frob\\\"; there are: card list\"}\n");
+    EXPECT_EQ(runProgram({"card"}).err,
+              "dbman: \"card\" needs a further word; there are: card list\n");
+}
+
+TEST(CommandLine, SaysWhereToReadOnWhenArgumentsAreMissingOrTooMany) {
+    EXPECT_EQ(runProgram({"slot", "reset"}).err,
+              "dbman: slot is required; see dbman slot reset --help\n");
+    EXPECT_THAT(runProgram({"status", "--colour"}).err,
+                testing::AllOf(StartsWith("dbman: "),
+                               testing::EndsWith("--colour; see dbman status --help\n")));
+}
+
+TEST(CommandLine, HelpsAGroupWithAnExampleOfItsOwn) {
+    EXPECT_THAT(runProgram({"onu", "--help"}).out,
+                testing::AllOf(HasSubstr("Example:\n  dbman onu list --slot 3 --below -25dBm\n"),
+                               testing::Not(HasSubstr("dbman serve"))));
+}
+
 TEST(CommandLine, ShowsWrongValuesAsJsonToo) {
     const auto outcome = runProgram({"onu", "list", "--slot", "9", "--json"});
     EXPECT_EQ(outcome.code, ExitCode::usage);
@@ -96,8 +122,8 @@ TEST(CommandLine, SaysWhatTheDaemonHasTaken) {
     const auto outcome = runProgram({"slot", "announce", "3"});
     EXPECT_EQ(outcome.code, ExitCode::done);
     EXPECT_EQ(outcome.out,
-              "sent /olt/src_ip ip_address=127.0.0.1 slot_id=3\n"
-              "sent /olt/ip ip_address=127.0.1.3 slot_id=3\n");
+              "sent /olt/src_ip slot_id=3 ip_address=127.0.0.1\n"
+              "sent /olt/ip slot_id=3 ip_address=127.0.1.3\n");
     EXPECT_EQ(outcome.err, "");
 }
 

@@ -285,7 +285,7 @@ TEST(Command, HelpEndsInAnExample) {
 TEST(Command, IsMissingWithoutATerminal) {
     const auto outcome = runProgram({});
     EXPECT_EQ(outcome.code, ExitCode::usage);
-    EXPECT_THAT(outcome.err, HasSubstr("subcommand is required"));
+    EXPECT_THAT(outcome.err, HasSubstr("a command is needed; there are: serve, slot, card, "));
 }
 
 }  // namespace

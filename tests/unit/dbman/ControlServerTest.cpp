@@ -1,8 +1,10 @@
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 
@@ -23,6 +25,8 @@ std::string echo(const std::string& line) {
     return "answer to " + line;
 }
 
+void ignore(const std::string&) {}
+
 /// A server that answers each line with itself.
 class ControlServerTest : public testing::Test {
 protected:
@@ -31,7 +35,7 @@ protected:
         server.start();
     }
 
-    ControlServer server{kPath, echo};
+    ControlServer server{kPath, echo, ignore};
 };
 
 /// Reads until the peer closes.
@@ -78,9 +82,10 @@ TEST_F(ControlServerTest, AnswersOthersWhileAClientIsSilent) {
 }
 
 TEST_F(ControlServerTest, AnswersOthersWhileAClientDoesNotRead) {
-    ControlServer large("/tmp/large.ctl", [](const std::string& line) {
+    const auto answer = [](const std::string& line) {
         return line == "small" ? line : std::string(5'000'000, 'x');
-    });
+    };
+    ControlServer large("/tmp/large.ctl", answer, ignore);
     large.listen();
     large.start();
     const auto deaf = connectLocal("/tmp/large.ctl", 10);
@@ -108,6 +113,53 @@ TEST_F(ControlServerTest, RefusesOneClientTooMany) {
         ponmgr::test::waitFor([] { return askDbman(kPath, "hello") == "answer to hello"; }));
 }
 
+/// The process can open no further descriptor as long as one lives.
+class NoDescriptorsLeft {
+public:
+    NoDescriptorsLeft() {
+        getrlimit(RLIMIT_NOFILE, &before);
+        // The lowest free number, which is the next that would be given out.
+        const int next = open("/", O_RDONLY | O_CLOEXEC);
+        close(next);
+        const rlimit none{static_cast<rlim_t>(next), before.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    }
+    NoDescriptorsLeft(const NoDescriptorsLeft&) = delete;
+    NoDescriptorsLeft& operator=(const NoDescriptorsLeft&) = delete;
+    ~NoDescriptorsLeft() { setrlimit(RLIMIT_NOFILE, &before); }
+
+private:
+    rlimit before{};
+};
+
+TEST_F(ControlServerTest, RestsWhileNoDescriptorIsLeftAndSaysSoOnce) {
+    std::mutex mutex;
+    std::vector<std::string> errors;
+    ControlServer poor("/tmp/poor.ctl", echo, [&](const std::string& error) {
+        const std::lock_guard lock(mutex);
+        errors.push_back(error);
+    });
+    const auto errorCount = [&] {
+        const std::lock_guard lock(mutex);
+        return errors.size();
+    };
+    poor.listen();
+    const auto waiting = connectLocal("/tmp/poor.ctl", 10);
+    {
+        const NoDescriptorsLeft none;
+        poor.start();
+        ASSERT_TRUE(ponmgr::test::waitFor([&] { return errorCount() > 0; }));
+        const auto before = std::clock();
+        // Long enough for a second try; a thread that doesn't rest uses all of it.
+        ponmgr::test::waitFor([] { return false; }, 2 * ControlServer::kAcceptPause);
+        EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 10);
+    }
+    EXPECT_EQ(askDbman("/tmp/poor.ctl", "hello"), "answer to hello");
+    poor.stop();
+    EXPECT_THAT(errors,
+                testing::ElementsAre("can't take a client at /tmp/poor.ctl: Too many open files"));
+}
+
 TEST_F(ControlServerTest, MakesItsSocketForItsUserAndGroupOnly) {
     const mode_t previous = umask(0077);
     start();
@@ -126,7 +178,7 @@ TEST_F(ControlServerTest, RemovesItsSocketWhenItStops) {
 TEST_F(ControlServerTest, LeavesALiveSocketToItsOwner) {
     start();
     {
-        ControlServer second(kPath, echo);
+        ControlServer second(kPath, echo, ignore);
         try {
             second.listen();
             FAIL() << "two servers listen at one path";
@@ -156,7 +208,7 @@ TEST_F(ControlServerTest, LeavesAFileThatIsNoSocketAlone) {
 }
 
 TEST_F(ControlServerTest, RefusesAPathThatIsTooLong) {
-    ControlServer longPath("/tmp/" + std::string(200, 'x'), echo);
+    ControlServer longPath("/tmp/" + std::string(200, 'x'), echo, ignore);
     EXPECT_THROW(longPath.listen(), Failure);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <string>
 #include <vector>
@@ -17,6 +19,7 @@ class RunningServer {
 public:
     explicit RunningServer(bool quiet = false) : server(options(quiet), output.stream()) {
         server.start();
+        EXPECT_TRUE(waitToShow("\n"));
     }
 
     static ServeOptions options(bool quiet = false) {

@@ -25,7 +25,8 @@ public:
     explicit ScriptedDbman(Answers answersByCommand = {})
         : answers(std::move(answersByCommand)),
           server(std::make_unique<ControlServer>(
-              kDefaultControlPath, [this](const std::string& line) { return answer(line); })) {
+              kDefaultControlPath, [this](const std::string& line) { return answer(line); },
+              [](const std::string&) {})) {
         server->listen();
     }
 

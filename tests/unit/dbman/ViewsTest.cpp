@@ -38,8 +38,14 @@ TEST(ViewStatus, ShowsEachCounter) {
 }
 
 TEST(ViewSent, IsALineAMessage) {
-    EXPECT_EQ(viewSent(parseJson(R"({"sent":[{"uri":"/a","data":{"b":"c"}},{"uri":"/d"}]})")),
-              "sent /a b=c\nsent /d\n");
+    EXPECT_EQ(viewSent(OrderedJson::parse(R"({"sent":[{"uri":"/a","data":{"b":"c"}},)"
+                                          R"({"uri":"/d"},7,{"data":[]}],"note":"later"})")),
+              "sent /a b=c\nsent /d\nsent \nsent \nlater\n");
+}
+
+TEST(ViewSent, KeepsTheOrderOfSending) {
+    EXPECT_EQ(viewSent(OrderedJson::parse(R"({"sent":[{"uri":"/a","data":{"z":"1","b":"2"}}]})")),
+              "sent /a z=1 b=2\n");
 }
 
 }  // namespace

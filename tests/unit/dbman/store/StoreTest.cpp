@@ -1,5 +1,6 @@
 #include <sys/mount.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -31,6 +32,39 @@ TEST_F(StoreTest, CommitsWhatIsPostedWithoutBeingAsked) {
         [] { return !valuesIn(kDatabaseFile, "SELECT text FROM events").empty(); }));
     EXPECT_THAT(valuesIn(kDatabaseFile, "SELECT id || kind || text FROM events"),
                 ElementsAre("7notificationa line"));
+}
+
+TEST_F(StoreTest, CommitsWithin100MillisecondsWhenNobodyAsks) {
+    using Steady = std::chrono::steady_clock;
+    constexpr std::size_t kRows = 40;
+    Store::Options usual;
+    usual.file = kDatabaseFile;
+    start(usual);
+    Database database(kDatabaseFile, Database::Access::readOnly);
+    std::vector<Steady::time_point> posted;
+    std::vector<Steady::duration> ages;
+    const auto lookForCommits = [&] {
+        Statement statement(database, "SELECT count(*) FROM events");
+        statement.each([&] {
+            while (ages.size() < static_cast<std::size_t>(statement.number(0))) {
+                ages.push_back(Steady::now() - posted[ages.size()]);
+            }
+        });
+    };
+    while (posted.size() < kRows) {
+        posted.push_back(Steady::now());
+        store->post(event(static_cast<std::int64_t>(posted.size())));
+        ponmgr::test::waitFor([&] {
+            lookForCommits();
+            return Steady::now() - posted.back() >= milliseconds(5);
+        });
+    }
+    ASSERT_TRUE(ponmgr::test::waitFor([&] {
+        lookForCommits();
+        return ages.size() == kRows;
+    }));
+    std::sort(ages.begin(), ages.end());
+    EXPECT_LT(ages[kRows / 2], milliseconds(100));
 }
 
 TEST_F(StoreTest, AFlushWaitsForAllThatWasPostedBefore) {
