@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <span>
 #include <utility>
 
@@ -9,21 +10,23 @@
 
 namespace ponmgr::sim {
 
-/// The UDP sockets of all cards, by the address and port that they are bound to, and those that
-/// faults send from.
+/// The UDP sockets of all cards and those that faults send from, by the address and port that they
+/// are bound to. Each belongs to those who have opened it, and is closed when the last of them lets
+/// it go.
 class CardSockets {
 public:
-    /// Binds a socket; nothing happens when there is one. Throws std::system_error when it can't be
-    /// bound.
-    const UdpEndpoint& open(Endpoint local);
-    /// The socket that is bound there; there must be one.
-    const UdpEndpoint& at(Endpoint local) const { return sockets.at({local.address, local.port}); }
+    /// Binds a socket, or shares the one that is bound there. Throws std::system_error when it
+    /// can't be bound.
+    std::shared_ptr<const UdpEndpoint> open(Endpoint local);
 
     /// False when nothing is bound there, and when the system refuses.
     bool send(Endpoint local, Endpoint to, std::span<const std::uint8_t> datagram) const;
 
+    /// How many are bound.
+    std::size_t count() const;
+
 private:
-    std::map<std::pair<std::uint32_t, std::uint16_t>, UdpEndpoint> sockets;
+    std::map<std::pair<std::uint32_t, std::uint16_t>, std::weak_ptr<const UdpEndpoint>> sockets;
 };
 
 }  // namespace ponmgr::sim

@@ -26,15 +26,25 @@ const Fault& ChassisWire::addFault(FaultSettings settings) {
     if (settings.slot) {
         cardInSlot(*settings.slot, chassis);
     }
-    openWhatIsNeeded(settings);
+    auto opened = openWhatIsNeeded(settings);
     const auto& fault = table.add(std::move(settings));
+    if (!opened.empty()) {
+        sockets[fault.id()] = std::move(opened);
+    }
     if (fault.settings().kind->send != nullptr) {
         sources.start(fault);
     }
     return fault;
 }
 
-void ChassisWire::openWhatIsNeeded(const FaultSettings& settings) {
+void ChassisWire::removeFault(std::uint32_t id) {
+    table.remove(id);
+    sockets.erase(id);
+}
+
+std::vector<ChassisWire::Socket> ChassisWire::openWhatIsNeeded(
+    const FaultSettings& settings) const {
+    std::vector<Socket> opened;
     for (const auto& card : chassis.cards()) {
         auto local = garbageEndpoint(settings, card);
         if (settings.kind->treat == treatWrongPort) {
@@ -44,11 +54,12 @@ void ChassisWire::openWhatIsNeeded(const FaultSettings& settings) {
             continue;
         }
         try {
-            open(local);
+            opened.push_back(open(local));
         } catch (const std::system_error& error) {
             throw ControlError("can't send from " + toText(local) + ": " + error.code().message());
         }
     }
+    return opened;
 }
 
 }  // namespace ponmgr::sim

@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <memory>
+#include <vector>
 
 #include "sim/Chassis.h"
 #include "sim/TimerQueue.h"
@@ -17,22 +20,27 @@ namespace ponmgr::sim {
 /// the journal of what has passed. One thread, that of the timer queue.
 class ChassisWire {
 public:
-    /// Makes sure that something is bound there; throws std::system_error when that is impossible.
-    using Open = std::function<void(Endpoint local)>;
+    /// Keeps a socket bound while it lives.
+    using Socket = std::shared_ptr<const void>;
+    /// Makes sure that a socket is bound there; throws std::system_error when that is impossible.
+    using Open = std::function<Socket(Endpoint local)>;
 
     /// Queue and chassis must outlive it. The seed decides what faults leave to chance.
     ChassisWire(std::size_t journalEntries, std::uint32_t seed, TimerQueue& timers,
                 Chassis& chassis, Open open, DatagramPath::Depart depart);
 
-    /// Throws ControlError when there is no such card or no socket to send from.
+    /// Throws ControlError when there is no such card, no socket to send from, or too many faults;
+    /// nothing has changed then.
     const Fault& addFault(FaultSettings settings);
+    /// Closes the sockets that only it sends from. Nothing happens when there is no such fault.
+    void removeFault(std::uint32_t id);
 
     DatagramPath& path() { return way; }
-    FaultTable& faults() { return table; }
+    const FaultTable& faults() const { return table; }
     Journal& journal() { return diary; }
 
 private:
-    void openWhatIsNeeded(const FaultSettings& settings);
+    std::vector<Socket> openWhatIsNeeded(const FaultSettings& settings) const;
 
     Chassis& chassis;
     Open open;
@@ -40,6 +48,8 @@ private:
     FaultTable table;
     DatagramPath way;
     FaultSources sources;
+    /// Those that faults send from, by the fault's id.
+    std::map<std::uint32_t, std::vector<Socket>> sockets;
 };
 
 }  // namespace ponmgr::sim

@@ -1,5 +1,7 @@
 #include "sim/CommandHelp.h"
 
+#include <string_view>
+
 namespace ponmgr::sim {
 
 namespace {
@@ -33,9 +35,8 @@ constexpr CommandHelp kCommandHelp[] = {
      "wait in-service --timeout 120s"},
     {"fault", "fault add KIND [OPTIONS]", "spoil datagrams, or send others; prints the fault's id",
      "fault add drop --card 3 --request \"Get OLT Information\" --for 10s"},
-    {"fault", "fault kinds", "the kinds of faults", "fault kinds"},
-    {"fault", "fault list|kinds", "the faults and what they have hit, or what there can be",
-     "fault list"},
+    {"fault", "fault list", "the faults and what they have hit", "fault list"},
+    {"fault", "fault kinds", "what kinds of faults there are", "fault kinds"},
     {"fault", "fault remove ID|all", "take faults away", "fault remove all"},
     {"journal", "journal [--card N] [--fault ID] [--last N] [--follow]", "the last datagrams",
      "journal --card 3 --last 20"},
@@ -68,6 +69,19 @@ std::string controlHelp() {
     return text +
            "N is a slot, 1 to 8; ONU is SLOT/PORT/INDEX as it was installed; TARGET is an ONU, its "
            "card's\nend (3/0/7/olt) or a port (3/0, 3/epon-0, 3/nni-1).\n";
+}
+
+std::string commandNames() {
+    std::string text;
+    const char* before = "";
+    for (const auto& help : kCommandHelp) {
+        if (help.name != std::string_view(before)) {
+            text += text.empty() ? "" : " | ";
+            text += help.name;
+            before = help.name;
+        }
+    }
+    return text;
 }
 
 std::string programHelp() {

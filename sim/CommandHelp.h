@@ -18,6 +18,9 @@ struct CommandHelp {
 
 std::span<const CommandHelp> commandHelp();
 
+/// "list | card | ...": the first words, each once.
+std::string commandNames();
+
 /// What --help of `chassis-sim ctl` ends with, and that of chassis-sim.
 std::string controlHelp();
 std::string programHelp();

@@ -11,15 +11,36 @@
 
 namespace ponmgr::sim {
 
+namespace {
+
+/// Until the system is asked once more for a descriptor that it didn't have.
+constexpr auto kPause = std::chrono::milliseconds(100);
+
+}  // namespace
+
 ControlServer::ControlServer(EventLoop& eventLoop, std::string socketPath,
                              ControlVerbs& controlVerbs)
-    : loop(eventLoop), path(std::move(socketPath)), verbs(controlVerbs), listener(listenAt(path)) {
+    : loop(eventLoop),
+      path(std::move(socketPath)),
+      verbs(controlVerbs),
+      listener(listenAt(path)),
+      file(fileAt(path)) {
     loop.add(listener.get(), EPOLLIN, [this](std::uint32_t) { acceptWaiting(); });
 }
 
 ControlServer::~ControlServer() {
+    loop.timers().cancel(rearm);
     loop.remove(listener.get());
-    unlink(path.c_str());
+    // Somebody else's by now, perhaps.
+    if (fileAt(path) == file) {
+        unlink(path.c_str());
+    }
+}
+
+void ControlServer::pause() {
+    loop.change(listener.get(), 0);
+    loop.timers().cancel(rearm);
+    rearm = loop.timers().after(kPause, [this] { loop.change(listener.get(), EPOLLIN); });
 }
 
 void ControlServer::acceptWaiting() {
@@ -35,8 +56,8 @@ void ControlServer::acceptWaiting() {
             }
         } else if (errno != EINTR && errno != ECONNABORTED) {
             if (errno != EAGAIN) {
-                // Out of descriptors: asking again before a session ends would spin.
-                loop.change(listener.get(), 0);
+                // Out of descriptors: asking again at once would spin.
+                pause();
             }
             return;
         }
@@ -52,7 +73,6 @@ void ControlServer::open(FileDescriptor connection) {
         },
         [this](const ControlSession& ended) {
             std::erase_if(sessions, [&](const auto& kept) { return kept.get() == &ended; });
-            loop.change(listener.get(), EPOLLIN);
         });
     if (!user || (*user != geteuid() && *user != 0)) {
         session->refuse("only root and the user who runs the simulator may control it");

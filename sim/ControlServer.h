@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -8,6 +9,8 @@
 #include "sim/ControlVerbs.h"
 #include "sim/EventLoop.h"
 #include "sim/FileDescriptor.h"
+#include "sim/LocalSocket.h"
+#include "sim/TimerQueue.h"
 
 namespace ponmgr::sim {
 
@@ -21,7 +24,7 @@ public:
     ControlServer(EventLoop& loop, std::string path, ControlVerbs& verbs);
     ControlServer(const ControlServer&) = delete;
     ControlServer& operator=(const ControlServer&) = delete;
-    /// Ends all sessions and removes the socket file.
+    /// Ends all sessions and removes the socket file, unless another stands in its place.
     ~ControlServer();
 
     std::size_t sessionCount() const { return sessions.size(); }
@@ -29,11 +32,14 @@ public:
 private:
     void acceptWaiting();
     void open(FileDescriptor connection);
+    void pause();
 
     EventLoop& loop;
     std::string path;
     ControlVerbs& verbs;
     FileDescriptor listener;
+    std::optional<FileIdentity> file;
+    TimerQueue::Timer rearm;
     std::set<std::shared_ptr<ControlSession>> sessions;
 };
 

@@ -30,7 +30,7 @@ std::string describeDatagram(const JournalEntry& entry) {
     const bool toCard = entry.direction == Direction::toCard;
     std::string line = "slot " + std::to_string(entry.slot) + (toCard ? " <- " : " -> ") +
                        toText(entry.peer) + ' ';
-    line += entry.bytes.size() < kRequestHeaderSize ? std::to_string(entry.bytes.size()) + " bytes"
+    line += entry.bytes.size() < kRequestHeaderSize ? std::to_string(entry.size) + " bytes"
                                                     : describeFrame(entry);
     for (const auto fault : entry.faults) {
         line += ", fault " + std::to_string(fault);

@@ -84,9 +84,19 @@ FileDescriptor connectTo(const std::string& path) {
     auto connection = makeSocket(0);
     const int error = tryConnect(connection.get(), path);
     if (error != 0) {
-        throw std::runtime_error("no simulator answers at " + path + ": " + errorText(error));
+        throw std::runtime_error("no simulator answers at " + path + ": " + errorText(error) +
+                                 "; start one with: chassis-sim, or name its socket with "
+                                 "--control");
     }
     return connection;
+}
+
+std::optional<FileIdentity> fileAt(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return FileIdentity{status.st_dev, status.st_ino};
 }
 
 std::optional<uid_t> peerUser(int descriptor) {

@@ -17,6 +17,17 @@ FileDescriptor listenAt(const std::string& path);
 /// A blocking connection to `path`. Throws std::runtime_error, whose text names the path.
 FileDescriptor connectTo(const std::string& path);
 
+/// Which file something is, whatever its name.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+
+    bool operator==(const FileIdentity&) const = default;
+};
+
+/// What stands at `path` now; nothing when nothing does.
+std::optional<FileIdentity> fileAt(const std::string& path);
+
 /// The user whose process is at the other end; nothing when the system doesn't say.
 std::optional<uid_t> peerUser(int descriptor);
 

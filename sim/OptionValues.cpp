@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <optional>
 #include <set>
-#include <string_view>
 
 namespace ponmgr::sim {
 
@@ -27,25 +25,6 @@ constexpr Unit kUnits[] = {
 [[noreturn]] void refuse(const std::string& option, const std::string& text,
                          const std::string& allowed) {
     throw UsageError(option + ": '" + text + "' can't be used; allowed: " + allowed);
-}
-
-/// The whole of `text` as a number in `base`; nothing when any of it is something else.
-template <typename Number>
-std::optional<Number> wholeNumber(std::string_view text, int base = 10) {
-    Number value{};
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
-    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
-}
-
-/// The whole of `text` as a number from `least` to `most`; nothing when it is something else.
-std::optional<double> fractionBetween(std::string_view text, double least, double most) {
-    double value = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-    // The comparison is false for what is not a number.
-    const bool inRange = value >= least && value <= most;
-    return error == std::errc{} && stop == end && inRange ? std::optional(value) : std::nullopt;
 }
 
 std::optional<int> slotNumber(std::string_view text) {
@@ -72,6 +51,16 @@ std::string inSeconds(Duration duration) {
 }
 
 }  // namespace
+
+std::optional<double> fractionBetween(std::string_view text, double least, double most,
+                                      std::chars_format format) {
+    double value = 0;
+    const auto* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, format);
+    // The comparison is false for what is not a number.
+    const bool inRange = value >= least && value <= most;
+    return error == std::errc{} && stop == end && inRange ? std::optional(value) : std::nullopt;
+}
 
 std::vector<int> parseSlots(const std::string& option, const std::string& text) {
     std::set<int> slots;

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <array>
+#include <charconv>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sim/TimerQueue.h"
@@ -15,6 +18,19 @@ class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// The whole of `text` as a number in `base`; nothing when any of it is something else.
+template <typename Number>
+std::optional<Number> wholeNumber(std::string_view text, int base = 10) {
+    Number value{};
+    const auto* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
+    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
+}
+
+/// The whole of `text` as a number from `least` to `most`; nothing when it is something else.
+std::optional<double> fractionBetween(std::string_view text, double least, double most,
+                                      std::chars_format format = std::chars_format::fixed);
 
 inline constexpr int kFirstSlot = 1;
 inline constexpr int kLastSlot = 8;

@@ -137,10 +137,7 @@ void describe(CLI::App& app, Texts& texts) {
     describeScenario(app, texts);
 
     auto* const ctl = app.add_subcommand("ctl", "Ask or command a running simulator");
-    ctl->add_option("words", texts.words,
-                    "list | card N ACTION | onu list [SLOT[/PORT]] | onu SLOT/PORT/INDEX ACTION | "
-                    "alarm TARGET NAME raise|clear | event N HEX | wait in-service")
-        ->type_name("COMMAND");
+    ctl->add_option("words", texts.words, commandNames())->type_name("COMMAND");
     ctl->add_flag("--json", texts.json, "Print JSON, errors too");
     addCommandOptions(*ctl, texts.named);
     addOption(*ctl, texts, kTimeoutOption);
@@ -221,7 +218,27 @@ std::string unknownText(const std::string& text, bool isControl) {
     return text + "; options of ctl: " + joined(names);
 }
 
-ControlOptions controlOptions(const Texts& texts) {
+/// What stands in front of `ctl` is the simulator's; its control socket is both's.
+void requireNoServeOptions(const CLI::App& app, const std::string& command) {
+    for (const auto* option : app.get_options()) {
+        const bool shared = option->check_name("--control");
+        if (option->count() > 0 && !shared) {
+            throw UsageError(command + " takes no " + option->get_name() +
+                             "; that is an option of the simulator itself");
+        }
+    }
+}
+
+void requireNoTimeout(const Texts& texts, const CLI::App& ctl) {
+    const std::string command = texts.words.empty() ? "ctl" : texts.words.front();
+    if (command != "wait" && ctl.count("--timeout") > 0) {
+        throw UsageError(command + " takes no --timeout; allowed: with wait");
+    }
+}
+
+ControlOptions controlOptions(const Texts& texts, const CLI::App& app) {
+    requireNoServeOptions(app, "ctl");
+    requireNoTimeout(texts, *app.get_subcommand("ctl"));
     ControlOptions options;
     options.words = texts.words;
     options.controlPath = parseSocketPath("--control", texts.control);
@@ -252,9 +269,10 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
         app.parse(reversed);
         if (app.got_subcommand("ctl")) {
-            return controlOptions(texts);
+            return controlOptions(texts, app);
         }
         if (app.got_subcommand("completion")) {
+            requireNoServeOptions(app, "completion");
             return completion(texts.shell);
         }
         return serveOptions(texts, app.count("--nvs") > 0);

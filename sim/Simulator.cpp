@@ -2,8 +2,8 @@
 
 #include <signal.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 
-#include <iostream>
 #include <stdexcept>
 #include <system_error>
 
@@ -31,8 +31,12 @@ sigset_t endSignals() {
 /// One line a datagram on the standard output.
 class VerboseLines final : public JournalSink {
 public:
-    void write(const JournalEntry& entry) override { std::cout << describeDatagram(entry) + '\n'; }
-    void flush() override { std::cout << std::flush; }
+    explicit VerboseLines(OutputLines& destination) : lines(destination) {}
+    void write(const JournalEntry& entry) override { lines.add(describeDatagram(entry)); }
+    void flush() override { lines.flush(); }
+
+private:
+    OutputLines& lines;
 };
 
 }  // namespace
@@ -47,13 +51,14 @@ void prepareSignals() {
 
 Simulator::Simulator(const ServeOptions& given)
     : options(given),
+      output(STDOUT_FILENO, loop.timers()),
       chassis(options.chassis, loop.timers(),
               [this](const Card& card, Endpoint to, std::span<const std::uint8_t> datagram) {
                   return wire.path().send(card.slot, card.address, to, datagram);
               }),
       wire(
           options.journalEntries, options.chassis.seed, loop.timers(), chassis,
-          [this](Endpoint local) { sockets.open(local); },
+          [this](Endpoint local) { return sockets.open(local); },
           [this](Endpoint local, Endpoint to, std::span<const std::uint8_t> datagram) {
               return sockets.send(local, to, datagram);
           }),
@@ -70,15 +75,15 @@ Simulator::Simulator(const ServeOptions& given)
 }
 
 Simulator::~Simulator() {
-    for (const auto& card : chassis.cards()) {
-        loop.remove(sockets.at(card.address).descriptor());
+    for (const auto& socket : cardSockets) {
+        loop.remove(socket->descriptor());
     }
     wire.journal().flush();
 }
 
 void Simulator::addJournalSinks() {
     if (options.verbose) {
-        wire.journal().addSink(std::make_unique<VerboseLines>());
+        wire.journal().addSink(std::make_unique<VerboseLines>(output));
     }
     if (!options.journalFile.empty()) {
         wire.journal().addSink(std::make_unique<JournalFile>(options.journalFile));
@@ -91,21 +96,21 @@ void Simulator::addJournalSinks() {
 void Simulator::bindCards() {
     for (auto& card : chassis.cards()) {
         try {
-            sockets.open(card.address);
+            cardSockets.push_back(sockets.open(card.address));
         } catch (const std::system_error& error) {
             throw std::runtime_error("can't bind the card in slot " + std::to_string(card.slot) +
                                      " to " + toText(card.address) + ": " + error.code().message());
         }
-        loop.add(sockets.at(card.address).descriptor(), EPOLLIN,
-                 [this, &card](std::uint32_t) { receiveAll(card); });
+        const auto& socket = *cardSockets.back();
+        loop.add(socket.descriptor(), EPOLLIN,
+                 [this, &card, &socket](std::uint32_t) { receiveAll(card, socket); });
     }
 }
 
-void Simulator::receiveAll(Card& card) {
-    const auto& endpoint = sockets.at(card.address);
+void Simulator::receiveAll(Card& card, const UdpEndpoint& socket) {
     for (int i = 0; i < kMostInARow; ++i) {
         Endpoint from;
-        const auto size = endpoint.receive(receiveBuffer, from);
+        const auto size = socket.receive(receiveBuffer, from);
         if (!size) {
             return;
         }
@@ -128,6 +133,11 @@ std::string Simulator::readyLine() const {
     return "chassis-sim ready: slots " + slots + " at " + addressText(options.chassis.base) +
            " + slot, port " + std::to_string(options.chassis.port) + ", control " +
            options.controlPath + ", seed " + std::to_string(options.chassis.seed);
+}
+
+void Simulator::show(const std::string& line) {
+    output.add(line);
+    output.flush();
 }
 
 void Simulator::run() {

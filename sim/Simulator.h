@@ -12,6 +12,7 @@
 #include "sim/ControlVerbs.h"
 #include "sim/EventLoop.h"
 #include "sim/Options.h"
+#include "sim/OutputLines.h"
 
 namespace ponmgr::sim {
 
@@ -31,19 +32,24 @@ public:
     /// until a callback stops the loop.
     void run();
 
+    /// Prints a line for people. Of the loop's thread.
+    void show(const std::string& line);
+
     EventLoop& eventLoop() { return loop; }
     ControlVerbs& controlVerbs() { return verbs; }
 
 private:
     void bindCards();
-    void receiveAll(Card& card);
+    void receiveAll(Card& card, const UdpEndpoint& socket);
     void addJournalSinks();
     void watchSignals();
 
     ServeOptions options;
     EventLoop loop;
+    OutputLines output;
     Chassis chassis;
     CardSockets sockets;
+    std::vector<std::shared_ptr<const UdpEndpoint>> cardSockets;
     ChassisWire wire;
     ControlVerbs verbs;
     std::unique_ptr<ControlServer> control;

@@ -28,8 +28,7 @@ int show(const Finished& finished) {
 int runWithScenario(Simulator& simulator, const ServeOptions& options, Scenario scenario) {
     ScenarioPlayer player(std::move(scenario), options.scenario.speed,
                           simulator.eventLoop().timers(), simulator.controlVerbs(),
-                          [](const std::string& line) { std::cout << line + '\n'
-                                                                  << std::flush; });
+                          [&](const std::string& line) { simulator.show(line); });
     simulator.controlVerbs().setScenarioReport([&player] { return player.status(); });
     player.start([&] {
         if (options.scenario.exit) {
@@ -48,7 +47,7 @@ int serve(const ServeOptions& options) {
     }
     prepareSignals();
     Simulator simulator(options);
-    std::cout << simulator.readyLine() << std::endl;
+    simulator.show(simulator.readyLine());
     if (scenario) {
         return runWithScenario(simulator, options, std::move(*scenario));
     }

@@ -8,6 +8,7 @@ namespace ponmgr::sim {
 namespace {
 
 constexpr std::string_view kDroppedByFault = "dropped by a fault";
+constexpr std::string_view kTooManyWait = "too many wait";
 constexpr std::string_view kRefused = "the system refused to send it";
 
 bool sameBytes(const std::vector<std::uint8_t>& left, std::span<const std::uint8_t> right) {
@@ -143,9 +144,28 @@ bool DatagramPath::forward(Parcel parcel, const Treatment& treatment) {
     if (treatment.delay == Duration::zero()) {
         return go(std::move(parcel));
     }
-    timers.after(treatment.delay,
-                 [go, waiting = std::move(parcel)]() mutable { go(std::move(waiting)); });
+    const std::size_t count = std::size_t{1} + parcel.copies;
+    if (delayedCount + count > kMostWaiting) {
+        dropOneTooMany(parcel);
+        return true;
+    }
+    delayedCount += count;
+    timers.after(treatment.delay, [this, go, count, delayed = std::move(parcel)]() mutable {
+        delayedCount -= count;
+        go(std::move(delayed));
+    });
     return true;
+}
+
+void DatagramPath::dropOneTooMany(const Parcel& parcel) {
+    if (parcel.direction == Direction::toCard) {
+        journal.setDropped(parcel.number, kTooManyWait);
+        return;
+    }
+    auto passage = passageOf(parcel);
+    passage.dropped = kTooManyWait;
+    passage.onTheWire = false;
+    journal.record(passage);
 }
 
 void DatagramPath::hold(Parcel parcel, Duration limit) {
@@ -181,12 +201,16 @@ bool DatagramPath::deliverOne(const Parcel& parcel) {
         arriveAt(parcel.slot, parcel.peer, parcel.number, parcel.bytes);
         return true;
     }
+    return departFrom(passageOf(parcel));
+}
+
+Passage DatagramPath::passageOf(const Parcel& parcel) {
     Passage passage{parcel.slot, Direction::fromCard, parcel.local, parcel.peer, parcel.bytes,
                     {},          parcel.faults,       {},           true};
     if (parcel.original) {
         passage.cardBytes = *parcel.original;
     }
-    return departFrom(passage);
+    return passage;
 }
 
 void DatagramPath::arriveAt(int slot, Endpoint from, std::uint64_t number,

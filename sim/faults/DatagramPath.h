@@ -31,6 +31,9 @@ public:
     using Depart =
         std::function<bool(Endpoint local, Endpoint to, std::span<const std::uint8_t> datagram)>;
 
+    /// The most that faults may delay at a time, copies included; what comes on top is dropped.
+    static constexpr std::size_t kMostWaiting = 20'000;
+
     /// All three must outlive it; the timer queue runs nothing after its end.
     DatagramPath(TimerQueue& timers, FaultTable& faults, Journal& journal, Arrive arrive,
                  Depart depart);
@@ -78,6 +81,9 @@ private:
                     std::span<const std::uint8_t> bytes);
     bool isHolding(int slot, Direction direction) const;
     bool forward(Parcel parcel, const Treatment& treatment);
+    void dropOneTooMany(const Parcel& parcel);
+    /// Of a datagram from the card; its views are of the parcel.
+    static Passage passageOf(const Parcel& parcel);
     void hold(Parcel parcel, Duration limit);
     bool deliver(const Parcel& parcel);
     bool deliverOne(const Parcel& parcel);
@@ -93,6 +99,8 @@ private:
     Depart depart;
     /// Those that wait for the next of the same card and direction, one of each at most.
     std::list<Held> held;
+    /// Those whose delay isn't over, copies included.
+    std::size_t delayedCount = 0;
     /// The fault on whose behalf cards send; 0 when there is none.
     std::uint32_t origin = 0;
 };

@@ -1,7 +1,6 @@
 #include "sim/faults/FaultOptions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <vector>
 
 #include "sim/AlarmNames.h"
@@ -19,15 +18,6 @@ constexpr std::uint32_t kMostBytes = 1500;
 constexpr std::uint32_t kHighestRate = 10'000;
 
 using Text = std::string;
-
-/// Nothing when it is something else.
-template <typename Number>
-std::optional<Number> wholeNumber(std::string_view text, int base = 10) {
-    Number value{};
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
-    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
-}
 
 /// A number in decimal, or in hex behind 0x.
 std::uint16_t parseU16(const Text& option, const Text& text, std::uint16_t least) {
@@ -52,16 +42,13 @@ std::uint32_t parseFromOne(const Text& option, const Text& text, std::uint32_t m
 }
 
 double parseProbability(const Text& option, const Text& text) {
-    double value = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    // The comparison is false for what is not a number.
-    const bool inRange = value > 0 && value <= 1;
-    if (error != std::errc{} || stop != end || !inRange) {
+    // A small number in JSON comes with an exponent.
+    const auto value = fractionBetween(text, 0, 1, std::chars_format::general);
+    if (!value || *value == 0) {
         throw UsageError(option + ": '" + text +
                          "' can't be used; allowed: more than 0 up to 1, such as 0.3");
     }
-    return value;
+    return *value;
 }
 
 void setCard(FaultSettings& settings, const Text& option, const Text& text) {

@@ -128,7 +128,7 @@ Json remove(ChassisWire& wire, const Json& request) {
         ids = {id};
     }
     for (const auto id : ids) {
-        wire.faults().remove(id);
+        wire.removeFault(id);
     }
     return {{"removed", ids}};
 }

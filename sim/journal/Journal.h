@@ -32,6 +32,8 @@ public:
     using WallClock = std::function<WallTime()>;
 
     static constexpr std::size_t kLargestCapacity = 1'000'000;
+    /// So much of each datagram is kept; sinks get all of it.
+    static constexpr std::size_t kBytesKept = 2048;
 
     /// Keeps the last `entries`, at least 1. Its time begins now; the timer queue, whose clock it
     /// reads, must outlive it.
@@ -61,16 +63,19 @@ public:
 private:
     std::size_t placeOf(std::uint64_t number) const { return (number - 1) % capacity; }
     JournalEntry& nextPlace();
+    void keepBytes(JournalEntry& entry, const Passage& passage);
 
     std::size_t capacity;
     const TimerQueue& timers;
     WallClock wall;
     TimePoint start;
-    /// A ring, once it has its full size; an entry's memory is used again.
+    /// A ring, once it has its full size; an entry's memory is used again while it is small.
     std::vector<JournalEntry> entries;
     std::uint64_t newest = 0;
     /// The last that the sinks have got.
     std::uint64_t flushed = 0;
+    /// Of the datagrams that the sinks haven't got yet, beyond what is kept of each.
+    std::size_t excess = 0;
     std::vector<std::unique_ptr<JournalSink>> sinks;
 };
 

@@ -2,6 +2,7 @@
 
 #include <iostream>
 #include <thread>
+#include <utility>
 
 #include "sim/ControlClient.h"
 #include "sim/ControlCommand.h"
@@ -43,7 +44,13 @@ std::string entryLine(const Json& entry) {
         line += entry.at("name").get<std::string>() + " (" + entry.at("id").dump() + ") ctag " +
                 entry.at("ctag").dump();
     }
-    line += ", hex " + entry.at("hex").get<std::string>() + faultsText(entry.at("faults"));
+    const auto hex = entry.at("hex").get<std::string>();
+    line += ", hex " + hex;
+    const auto size = entry.at("size").get<std::size_t>();
+    if (size > hex.size() / 2) {
+        line += "... of " + std::to_string(size) + " bytes";
+    }
+    line += faultsText(entry.at("faults"));
     if (entry.at("dropped").is_string()) {
         line += ", dropped: " + entry.at("dropped").get<std::string>();
     }
@@ -70,15 +77,46 @@ void show(const Json& reply, bool json) {
     std::cout << std::flush;
 }
 
+/// The error of a reply; empty when there is none.
+std::string errorIn(const Json& reply) {
+    const auto error = reply.find("error");
+    return error == reply.end() ? "" : error->get<std::string>();
+}
+
+/// Asks for page after page until all that was wanted is there; prints it as one.
+Finished showLast(const ControlCommand& command, const ControlOptions& options) {
+    ControlClient client(options.controlPath);
+    auto request = command.request;
+    auto entries = Json::array();
+    const auto wanted = request.value("last", std::size_t{kUsualJournalEntries});
+    while (true) {
+        request["last"] = wanted - entries.size();
+        const auto reply = client.request(request, command.patience);
+        const auto error = errorIn(reply);
+        if (!error.empty()) {
+            return failure(kExitFailed, error, options.json);
+        }
+        for (const auto& entry : reply.at("entries")) {
+            entries.push_back(entry);
+        }
+        request["after"] = reply.at("seen");
+        if (reply.at("entries").size() < kJournalPage || entries.size() >= wanted) {
+            break;
+        }
+    }
+    const Json all{{"entries", std::move(entries)}, {"seen", request["after"]}};
+    return {kExitOk, options.json ? all.dump() + '\n' : command.print(all), ""};
+}
+
 /// Shows what is there and then what comes, until the simulator ends or nobody reads it.
 Finished follow(const ControlCommand& command, const ControlOptions& options) {
     ControlClient client(options.controlPath);
     auto request = command.request;
     while (std::cout.good()) {
         const auto reply = client.request(request, command.patience);
-        const auto error = reply.find("error");
-        if (error != reply.end()) {
-            return failure(kExitFailed, error->get<std::string>(), options.json);
+        const auto error = errorIn(reply);
+        if (!error.empty()) {
+            return failure(kExitFailed, error, options.json);
         }
         show(reply, options.json);
         if (reply.at("entries").empty()) {
@@ -109,9 +147,7 @@ ControlCommand journalCommand(const ControlOptions& options) {
         }
     }
     ControlCommand command{request, printEntries};
-    if (options.named.contains("follow")) {
-        command.run = follow;
-    }
+    command.run = options.named.contains("follow") ? follow : showLast;
     return command;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -45,7 +46,9 @@ struct JournalEntry {
     Direction direction = Direction::toCard;
     Endpoint local;
     Endpoint peer;
+    /// Its beginning, once the sinks have had all of it; `size` is that of the whole.
     std::vector<std::uint8_t> bytes;
+    std::size_t size = 0;
     std::optional<std::vector<std::uint8_t>> cardBytes;
     std::vector<std::uint32_t> faults;
     std::string_view dropped;

@@ -58,6 +58,7 @@ Json journalRow(const JournalEntry& entry) {
              {"local", toText(entry.local)},
              {"peer", toText(entry.peer)}};
     addHeader(entry, row);
+    row["size"] = entry.size;
     row["hex"] = hexText(entry.bytes);
     row["card_hex"] = entry.cardBytes ? Json(hexText(*entry.cardBytes)) : Json();
     row["faults"] = entry.faults;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <vector>
 
 #include "sim/ControlMembers.h"
 #include "sim/journal/JournalReport.h"
@@ -44,11 +43,23 @@ Selection selectionOf(Chassis& chassis, const Json& request) {
     return wanted;
 }
 
+/// The entry behind which the newest `most` stand.
+std::uint64_t beginOfNewest(const Journal& journal, const Selection& wanted) {
+    std::size_t found = 0;
+    auto number = journal.lastNumber();
+    for (; number >= journal.firstNumber() && found < wanted.most; --number) {
+        found += wanted.holds(*journal.find(number)) ? 1U : 0U;
+    }
+    return number;
+}
+
 /// Returns the number of the last entry that was looked at.
-std::uint64_t addFollowing(const Journal& journal, const Selection& wanted, Json& rows) {
-    auto seen = std::min(*wanted.after, journal.lastNumber());
+std::uint64_t addFollowing(const Journal& journal, const Selection& wanted, std::uint64_t after,
+                           Json& rows) {
+    const auto most = std::min(wanted.most, kJournalPage);
+    auto seen = std::min(after, journal.lastNumber());
     auto number = std::max(seen + 1, journal.firstNumber());
-    for (; number <= journal.lastNumber() && rows.size() < wanted.most; ++number) {
+    for (; number <= journal.lastNumber() && rows.size() < most; ++number) {
         const auto& entry = *journal.find(number);
         if (wanted.holds(entry)) {
             rows.push_back(journalRow(entry));
@@ -58,31 +69,13 @@ std::uint64_t addFollowing(const Journal& journal, const Selection& wanted, Json
     return seen;
 }
 
-void addNewest(const Journal& journal, const Selection& wanted, Json& rows) {
-    std::vector<const JournalEntry*> found;
-    for (auto number = journal.lastNumber();
-         number >= journal.firstNumber() && found.size() < wanted.most; --number) {
-        const auto* const entry = journal.find(number);
-        if (entry != nullptr && wanted.holds(*entry)) {
-            found.push_back(entry);
-        }
-    }
-    for (auto entry = found.rbegin(); entry != found.rend(); ++entry) {
-        rows.push_back(journalRow(**entry));
-    }
-}
-
 }  // namespace
 
 Json readJournal(const Journal& journal, Chassis& chassis, const Json& request) {
     const auto wanted = selectionOf(chassis, request);
     auto rows = Json::array();
-    auto seen = journal.lastNumber();
-    if (wanted.after) {
-        seen = addFollowing(journal, wanted, rows);
-    } else {
-        addNewest(journal, wanted, rows);
-    }
+    const auto after = wanted.after ? *wanted.after : beginOfNewest(journal, wanted);
+    const auto seen = addFollowing(journal, wanted, after, rows);
     return {{"entries", rows}, {"seen", seen}};
 }
 

@@ -92,8 +92,10 @@ TEST(ControlCommands, FailWithStatusOneWhenTheSimulatorRefuses) {
 TEST(ControlCommands, FailWithStatusOneWhenNoSimulatorRuns) {
     const auto end = run({"list"});
     EXPECT_EQ(end.status, 1);
-    EXPECT_EQ(end.errorOutput,
-              "chassis-sim: no simulator answers at /tmp/sim.ctl: No such file or directory\n");
+    EXPECT_EQ(
+        end.errorOutput,
+        "chassis-sim: no simulator answers at /tmp/sim.ctl: No such file or directory; start one "
+        "with: chassis-sim, or name its socket with --control\n");
 }
 
 TEST(ControlCommands, WaitSaysWhichCardsAreNotInService) {

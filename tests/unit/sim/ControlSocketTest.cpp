@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -153,6 +154,32 @@ TEST(ControlSocket, TurnsAwayMoreSessionsThanItCanHold) {
     }
     const RawClient onemore;
     EXPECT_EQ(onemore.hear(2), "{\"error\":\"too many sessions: 64\"}\n(end)");
+}
+
+TEST(ControlSocket, AcceptsAgainWhenThereAreDescriptorsAgain) {
+    const ChassisSettings settings;
+    EventLoop loop;
+    Chassis chassis(settings, loop.timers(),
+                    [](const Card&, Endpoint, std::span<const std::uint8_t>) { return true; });
+    ControlVerbs verbs(chassis, loop.timers());
+    const ControlServer server(loop, RunningSimulator::kControlPath, verbs);
+    const auto client = connectTo(RunningSimulator::kControlPath);
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+    const rlimit none{0, usual.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    loop.timers().after(5ms, [&] { loop.stop(); });
+    loop.run();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+    ASSERT_EQ(server.sessionCount(), 0U);
+    loop.timers().after(10s, [&] { loop.stop(); });
+    loop.setAfterBatch([&] {
+        if (server.sessionCount() == 1) {
+            loop.stop();
+        }
+    });
+    loop.run();
+    EXPECT_EQ(server.sessionCount(), 1U);
 }
 
 TEST(ControlSocket, TurnsAwayOtherUsers) {

@@ -11,6 +11,7 @@ std::string lineFor(Direction direction, const std::string& hex, std::string_vie
     entry.direction = direction;
     entry.peer = {0x7F000001, 14113};
     entry.bytes = bytesOf(hex);
+    entry.size = entry.bytes.size();
     entry.faults = faults;
     entry.dropped = dropped;
     return describeDatagram(entry);

@@ -184,13 +184,37 @@ TEST(Options, ShowHelpAndVersionWithStatusZero) {
 
 TEST(Options, OfControlAreTakenInAnyPlace) {
     const auto line = parseCommandLine(
-        {"ctl", "card", "--json", "3", "reset", "--control", "/tmp/x", "--timeout", "5s"});
+        {"ctl", "card", "--json", "3", "reset", "--control", "/tmp/x", "--factory"});
     const auto* options = std::get_if<ControlOptions>(&line);
     ASSERT_NE(options, nullptr);
     EXPECT_THAT(options->words, ElementsAre("card", "3", "reset"));
     EXPECT_TRUE(options->json);
     EXPECT_EQ(options->controlPath, "/tmp/x");
+    EXPECT_EQ(options->named.count("factory"), 1U);
+}
+
+TEST(Options, OfControlTakeATimeoutForWait) {
+    const auto line = parseCommandLine({"ctl", "wait", "in-service", "--timeout", "5s"});
+    const auto* options = std::get_if<ControlOptions>(&line);
+    ASSERT_NE(options, nullptr);
     EXPECT_EQ(options->timeout, 5s);
+    const auto end = finished({"ctl", "list", "--timeout", "5s"});
+    EXPECT_EQ(end.status, 2);
+    EXPECT_EQ(end.errorOutput, "chassis-sim: list takes no --timeout; allowed: with wait\n");
+}
+
+TEST(Options, OfTheSimulatorAreRefusedWithACommand) {
+    const auto end = finished({"--slots", "77", "ctl", "list"});
+    EXPECT_EQ(end.status, 2);
+    EXPECT_EQ(end.errorOutput,
+              "chassis-sim: ctl takes no --slots; that is an option of the simulator itself\n");
+    EXPECT_THAT(finished({"--verbose", "ctl", "list"}).errorOutput,
+                HasSubstr("takes no --verbose"));
+    EXPECT_THAT(finished({"--scenario-exit", "completion", "bash"}).errorOutput,
+                HasSubstr("completion takes no --scenario-exit"));
+    const auto line = parseCommandLine({"--control", "/tmp/x", "ctl", "list"});
+    ASSERT_TRUE(std::holds_alternative<ControlOptions>(line));
+    EXPECT_EQ(std::get<ControlOptions>(line).controlPath, "/tmp/x");
 }
 
 TEST(Options, ThatAreWrongAreReportedAsJsonOnRequest) {

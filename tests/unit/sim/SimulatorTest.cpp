@@ -14,6 +14,7 @@
 #include "RunningSimulator.h"
 #include "sim/LocalSocket.h"
 #include "sim/Simulator.h"
+#include "support/WaitFor.h"
 
 namespace ponmgr::sim {
 namespace {
@@ -149,6 +150,77 @@ INSTANTIATE_TEST_SUITE_P(Signals, SimulatorProcess, testing::Values(SIGINT, SIGT
                          [](const auto& number) {
                              return number.param == SIGINT ? "Interrupt" : "Terminate";
                          });
+
+/// Serves with a standard output that nobody reads from, and says first that it is ready.
+int serveWithoutReader(int ready, int output) {
+    prepareSignals();
+    auto options = RunningSimulator::defaults();
+    options.verbose = true;
+    if (dup2(output, STDOUT_FILENO) < 0) {
+        return 3;
+    }
+    Simulator simulator(options);
+    const bool told = write(ready, "r", 1) == 1;
+    simulator.run();
+    return told ? 0 : 1;
+}
+
+TEST(Simulator, ServesAndEndsThoughNobodyReadsItsOutput) {
+    std::array<int, 2> full{};
+    std::array<int, 2> ready{};
+    ASSERT_EQ(pipe2(full.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(pipe2(ready.data(), O_CLOEXEC), 0);
+    const FileDescriptor ends[] = {
+        {full[0], "pipe"}, {full[1], "pipe"}, {ready[0], "pipe"}, {ready[1], "pipe"}};
+    const std::string filling(static_cast<std::size_t>(fcntl(full[1], F_GETPIPE_SZ)), 'x');
+    ASSERT_EQ(write(full[1], filling.data(), filling.size()), static_cast<ssize_t>(filling.size()));
+    const auto child = fork();
+    if (child == 0) {
+        _exit(serveWithoutReader(ready[1], full[1]));
+    }
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    const Manager manager;
+    for (int i = 0; i < 200; ++i) {
+        manager.send("127.0.1.1", "0008 0001 0000");
+        ASSERT_EQ(manager.receive(), "0008000100020000") << i;
+    }
+    kill(child, SIGTERM);
+    int status = -1;
+    const bool ended = test::waitFor([&] { return waitpid(child, &status, WNOHANG) == child; });
+    EXPECT_TRUE(ended);
+    if (!ended) {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+TEST(Simulator, LeavesTheControlSocketOfTheOneThatHasTakenItsPlace) {
+    FileDescriptor other;
+    {
+        const RunningSimulator running;
+        std::filesystem::remove("/tmp/sim.ctl");
+        other = listenAt("/tmp/sim.ctl");
+    }
+    EXPECT_NO_THROW(connectTo("/tmp/sim.ctl"));
+    std::filesystem::remove("/tmp/sim.ctl");
+}
+
+TEST(CardSockets, AreSharedAndClosedWithTheLastOwner) {
+    constexpr Endpoint kPlace{0x7F000109, 14113};
+    CardSockets sockets;
+    auto first = sockets.open(kPlace);
+    auto second = sockets.open(kPlace);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(sockets.count(), 1U);
+    first.reset();
+    EXPECT_TRUE(sockets.send(kPlace, {0x7F000001, 9}, {}));
+    second.reset();
+    EXPECT_EQ(sockets.count(), 0U);
+    EXPECT_FALSE(sockets.send(kPlace, {0x7F000001, 9}, {}));
+    EXPECT_NO_THROW(UdpEndpoint{kPlace});
+}
 
 }  // namespace
 }  // namespace ponmgr::sim

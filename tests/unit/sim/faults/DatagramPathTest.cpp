@@ -69,6 +69,36 @@ TEST_F(DatagramPathTest, AddsDelaysAndCopiesUp) {
     EXPECT_EQ(departed.size(), 5U);
 }
 
+TEST_F(DatagramPathTest, DropsWhatIsDelayedBeyondTheMostThatMayWait) {
+    add("delay", {{"time", "10ms"}, {"direction", "all"}});
+    for (std::size_t i = 0; i < DatagramPath::kMostWaiting; ++i) {
+        send(kAnswer);
+    }
+    EXPECT_EQ(journal.lastNumber(), 0U);
+    send(kAnswer);
+    EXPECT_EQ(newest().dropped, "too many wait");
+    EXPECT_FALSE(newest().onTheWire);
+    EXPECT_EQ(hexText(newest().bytes), kAnswer);
+    receive(kRequest);
+    EXPECT_EQ(newest().dropped, "too many wait");
+    advance(10ms);
+    EXPECT_EQ(departed.size(), DatagramPath::kMostWaiting);
+    EXPECT_THAT(arrived, IsEmpty());
+    EXPECT_THAT(outcomeOf(kAnswer), IsEmpty());
+    advance(10ms);
+    EXPECT_EQ(departed.size(), 1U);
+}
+
+TEST_F(DatagramPathTest, CountsCopiesAmongThoseThatWait) {
+    add("delay", {{"time", "10ms"}});
+    add("duplicate", {{"copies", "99"}});
+    for (int i = 0; i < 201; ++i) {
+        send(kAnswer);
+    }
+    EXPECT_EQ(journal.lastNumber(), 1U);
+    EXPECT_EQ(newest().dropped, "too many wait");
+}
+
 TEST_F(DatagramPathTest, HoldsBackAfterTheDelay) {
     add("reorder", {{"count", "1"}});
     add("delay", {{"time", "10ms"}, {"count", "1"}});

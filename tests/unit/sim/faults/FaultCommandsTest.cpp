@@ -106,6 +106,31 @@ TEST(JournalCommand, PrintsOneLineADatagram) {
     EXPECT_THAT(run({"journal", "--last", "1"}).output, StartsWith("5  "));
 }
 
+TEST(JournalCommand, AsksForPageAfterPage) {
+    const RunningSimulator running;
+    const Manager manager;
+    for (int i = 0; i < 400; ++i) {
+        manager.send("127.0.1.1", "0008 0001 0000");
+        ASSERT_EQ(manager.receive(), "0008000100020000");
+    }
+    const auto reply = Json::parse(run({"journal", "--last", "700", "--json"}).output);
+    EXPECT_EQ(reply.at("entries").size(), 700U);
+    EXPECT_EQ(reply.at("entries").front().at("number"), 101);
+    EXPECT_EQ(reply.at("entries").back().at("number"), 800);
+    EXPECT_EQ(reply.at("seen"), 800);
+    EXPECT_EQ(Json::parse(run({"journal", "--last", "5000", "--json"}).output).at("entries").size(),
+              800U);
+}
+
+TEST(JournalCommand, SaysHowLongADatagramIsThatItShowsTheBeginningOf) {
+    const RunningSimulator running;
+    const Manager manager;
+    manager.send("127.0.1.1", std::string(2 * 3000, '8'));
+    manager.send("127.0.1.1", "0008 0001 0000");
+    ASSERT_EQ(manager.receive(), "0008000100020000");
+    EXPECT_THAT(run({"journal"}).output, HasSubstr("88... of 3000 bytes"));
+}
+
 /// What is printed while it lives, for another thread to look at.
 class PrintedLines final : public std::streambuf {
 public:

@@ -28,7 +28,7 @@ class FaultVerbsTest : public ChassisFixture {
 protected:
     FaultVerbsTest() { buildWire(1); }
 
-    void buildWire(std::uint32_t seed) {
+    void buildWire(std::uint32_t seed, std::size_t journalEntries = 10) {
         verbs.reset();
         wire.reset();
         timers = TimerQueue([this] { return now; });
@@ -38,7 +38,7 @@ protected:
                 return wire->path().send(from.slot, from.address, to, datagram);
             });
         wire = std::make_unique<ChassisWire>(
-            10, seed, timers, *chassis, [this](Endpoint local) { open(local); },
+            journalEntries, seed, timers, *chassis, [this](Endpoint local) { return open(local); },
             [this](Endpoint local, Endpoint, std::span<const std::uint8_t> datagram) {
                 departed.push_back({local, hexText(datagram)});
                 return true;
@@ -46,11 +46,13 @@ protected:
         verbs = std::make_unique<ControlVerbs>(*chassis, timers, wire.get());
     }
 
-    void open(Endpoint local) {
+    ChassisWire::Socket open(Endpoint local) {
         if (busy == local) {
             throw std::system_error(EADDRINUSE, std::generic_category());
         }
         opened.push_back(toText(local));
+        ++openNow;
+        return {this, [this](const void*) { --openNow; }};
     }
 
     Json request(const std::string& line) {
@@ -93,6 +95,8 @@ protected:
         std::string hex;
     };
 
+    /// Sockets that somebody keeps.
+    int openNow = 0;
     std::unique_ptr<ChassisWire> wire;
     std::unique_ptr<ControlVerbs> verbs;
     std::vector<Departed> departed;
@@ -106,6 +110,10 @@ TEST_F(FaultVerbsTest, AddRepliesWithTheFaultAsItStands) {
               R"({"fault":1,"kind":"drop","card":1,"request":"Get OLT Information",)"
               R"("direction":"out","options":{"card":"1","probability":"0.5","request":"0x0007"},)"
               R"("state":"active","hits":0,"passed_by":0})");
+}
+
+TEST_F(FaultVerbsTest, AddTakesAProbabilityThatJsonWritesWithAnExponent) {
+    EXPECT_TRUE(addFault("drop", R"({"probability":0.000001})").contains("fault"));
 }
 
 TEST_F(FaultVerbsTest, ListShowsStatesAndCounters) {
@@ -193,6 +201,28 @@ TEST_F(FaultVerbsTest, WrongPortIsRefusedWhenSomebodyHasThePort) {
               "can't send from 127.0.1.2:15: Address already in use");
     EXPECT_TRUE(wire->faults().all().empty());
     EXPECT_TRUE(addFault("wrong-port", R"({"port":15,"card":1})").contains("fault"));
+}
+
+TEST_F(FaultVerbsTest, WrongPortIsRefusedWithoutAnySocketLeftOpen) {
+    busy = Endpoint{0x7F000102, 14114};
+    EXPECT_TRUE(addFault("wrong-port").contains("error"));
+    EXPECT_THAT(opened, ElementsAre("127.0.1.1:14114"));
+    EXPECT_EQ(openNow, 0);
+    for (std::size_t i = 0; i < FaultTable::kMostFaults; ++i) {
+        addFault("drop");
+    }
+    EXPECT_TRUE(addFault("wrong-port", R"({"card":1})").contains("error"));
+    EXPECT_EQ(openNow, 0);
+}
+
+TEST_F(FaultVerbsTest, SocketsOfAFaultAreClosedWhenItIsRemoved) {
+    addFault("wrong-port");
+    addFault("garbage", R"({"card":1,"stranger":true})");
+    EXPECT_EQ(openNow, 3);
+    request(R"({"verb":"fault","action":"remove","fault":1})");
+    EXPECT_EQ(openNow, 1);
+    request(R"({"verb":"fault","action":"remove","fault":"all"})");
+    EXPECT_EQ(openNow, 0);
 }
 
 TEST_F(FaultVerbsTest, EventBurstRaisesAndClearsAnAlarmByTurns) {
@@ -304,10 +334,11 @@ TEST_F(FaultVerbsTest, JournalShowsADatagramWithAllThatIsKnownOfIt) {
     askCard();
     auto entry = journal().at(0);
     entry.erase("wall");
-    EXPECT_EQ(entry.dump(),
-              R"({"number":1,"time_ns":0,"card":1,"direction":"in","local":"127.0.1.1:14113",)"
-              R"("peer":"127.0.0.1:14113","id":7,"name":"Get OLT Information","ctag":1,)"
-              R"("hex":"000700010000","card_hex":"000700020000","faults":[1],"dropped":null})");
+    EXPECT_EQ(
+        entry.dump(),
+        R"({"number":1,"time_ns":0,"card":1,"direction":"in","local":"127.0.1.1:14113",)"
+        R"("peer":"127.0.0.1:14113","id":7,"name":"Get OLT Information","ctag":1,)"
+        R"("size":6,"hex":"000700010000","card_hex":"000700020000","faults":[1],"dropped":null})");
 }
 
 TEST_F(FaultVerbsTest, JournalShowsWhatIsTooShortForAHeader) {
@@ -338,6 +369,21 @@ TEST_F(FaultVerbsTest, JournalShowsTheLastOfACardOrAFault) {
     EXPECT_THAT(numbersOf(journal(R"(,"card":1,"last":3)")), ElementsAre(2, 5, 6));
     EXPECT_THAT(numbersOf(journal(R"(,"fault":1)")), ElementsAre(4));
     EXPECT_THAT(numbersOf(journal(R"(,"fault":9)")), IsEmpty());
+}
+
+TEST_F(FaultVerbsTest, JournalRepliesAPageAtATimeFromTheOldestThatIsWanted) {
+    buildWire(1, 1000);
+    for (int i = 0; i < 400; ++i) {
+        askCard();
+    }
+    auto reply = request(R"({"verb":"journal","last":700})");
+    EXPECT_EQ(reply.at("entries").size(), 500U);
+    EXPECT_EQ(reply.at("entries").at(0).at("number"), 101);
+    EXPECT_EQ(reply.at("seen"), 600);
+    reply = request(R"({"verb":"journal","last":200,"after":600})");
+    EXPECT_EQ(reply.at("entries").size(), 200U);
+    EXPECT_EQ(reply.at("seen"), 800);
+    EXPECT_EQ(request(R"({"verb":"journal","last":700,"after":0})").at("entries").size(), 500U);
 }
 
 TEST_F(FaultVerbsTest, JournalGoesOnBehindWhatWasSeen) {

@@ -29,6 +29,7 @@ JournalEntry entryOf(const std::string& digits) {
     entry.local = {0x7F000101, 14113};
     entry.peer = {0x7F000001, 14113};
     entry.bytes = bytesOf(digits);
+    entry.size = entry.bytes.size();
     return entry;
 }
 

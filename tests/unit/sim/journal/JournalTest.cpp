@@ -119,6 +119,57 @@ TEST_F(JournalTest, HandsEntriesToItsSinksBeforeTheyAreOverwritten) {
     EXPECT_THAT(numbers, ElementsAre(1, 2, 3, 0, 4, 5, 0));
 }
 
+/// How much memory the entries hold.
+class Sizes final : public JournalSink {
+public:
+    explicit Sizes(std::vector<std::size_t>& destination) : sizes(destination) {}
+    void write(const JournalEntry& entry) override {
+        sizes.push_back(entry.bytes.size());
+        sizes.push_back(entry.cardBytes ? entry.cardBytes->size() : 0);
+    }
+    void flush() override {}
+
+private:
+    std::vector<std::size_t>& sizes;
+};
+
+TEST_F(JournalTest, KeepsTheBeginningOfALongDatagramAndItsSize) {
+    record(std::vector<std::uint8_t>(2048, 1));
+    record(std::vector<std::uint8_t>(60'000, 2));
+    EXPECT_EQ(journal.find(1)->bytes.size(), 2048U);
+    EXPECT_THAT(journal.find(2)->bytes, testing::AllOf(testing::SizeIs(2048), testing::Each(2)));
+    EXPECT_LE(journal.find(2)->bytes.capacity(), 2048U);
+    EXPECT_EQ(journal.find(2)->size, 60'000U);
+}
+
+TEST_F(JournalTest, HandsAllOfADatagramToItsSinksAndThenLetsItsMemoryGo) {
+    std::vector<std::size_t> sizes;
+    journal.addSink(std::make_unique<Sizes>(sizes));
+    const std::vector<std::uint8_t> bytes(60'000, 2);
+    Passage passage;
+    passage.bytes = bytes;
+    passage.cardBytes = std::span(bytes).first(50'000);
+    journal.record(passage);
+    EXPECT_EQ(journal.find(1)->bytes.size(), 60'000U);
+    journal.flush();
+    EXPECT_THAT(sizes, ElementsAre(60'000, 50'000));
+    EXPECT_LE(journal.find(1)->bytes.capacity(), 2048U);
+    EXPECT_LE(journal.find(1)->cardBytes->capacity(), 2048U);
+}
+
+TEST_F(JournalTest, HandsLongDatagramsToItsSinksBeforeTheyFillTheMemory) {
+    std::vector<std::size_t> sizes;
+    Journal large(10'000, timers, [this] { return wall; });
+    large.addSink(std::make_unique<Sizes>(sizes));
+    const std::vector<std::uint8_t> bytes(60'000, 2);
+    Passage passage;
+    passage.bytes = bytes;
+    for (int i = 0; i < 100; ++i) {
+        large.record(passage);
+    }
+    EXPECT_GE(sizes.size(), 2U * 70);
+}
+
 TEST(JournalReport, WritesTheTimeInUtcWithItsNanoseconds) {
     EXPECT_EQ(wallText(WallTime(1'772'262'900s + 1ns)), "2026-02-28T07:15:00.000000001Z");
     EXPECT_EQ(wallText(WallTime(1'772'262'899s + 999'999'999ns)), "2026-02-28T07:14:59.999999999Z");
