@@ -45,8 +45,9 @@ def test_a_card_that_answers_ping_is_never_reset(card, peer):
 def test_the_probe_is_the_real_ping_with_both_addresses_and_inherits_no_descriptor(daemon, peer):
     recorder = Path("/tmp/ping")
     recorder.write_text("#!/bin/sh\n"
-                        "echo \"$@\" > /tmp/ping-arguments\n"
-                        "ls -l /proc/self/fd > /tmp/ping-descriptors\n"
+                        # whole at once: the next probe writes them again
+                        "echo \"$@\" > /tmp/$$; mv /tmp/$$ /tmp/ping-arguments\n"
+                        "ls -l /proc/self/fd > /tmp/$$; mv /tmp/$$ /tmp/ping-descriptors\n"
                         "echo '1 packets transmitted, 0 received, 100% packet loss'\n")
     recorder.chmod(0o755)
     assert os.path.exists("/bin/ping") or os.path.exists("/usr/bin/ping")
