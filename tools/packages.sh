@@ -10,13 +10,13 @@ build_packages=(
     libedit-dev                        # dbman's console
     iputils-ping                       # the daemon's probe
 )
-run_packages=(jq)
+run_packages=(jq util-linux procps)
 test_packages=(
     libgtest-dev libgmock-dev librapidcheck-dev
     clang libclang-rt-14-dev llvm      # the sanitizers: their tests build in half the time gcc takes
     clang-format clang-tidy
     python3 python3-pytest python3-pytest-xdist python3-pytest-forked python3-pytest-timeout
-    shellcheck iproute2
+    shellcheck iproute2 procps binutils
 )
 
 is_installed() {
