@@ -70,6 +70,11 @@ void AlarmStates::clearLosses(const std::string& link, Time time) {
     }
 }
 
+void AlarmStates::linkIsOnline(const std::string& macAddress, Time time) {
+    const std::lock_guard lock(mutex);
+    clearLosses(std::string(kOnuLink) + macAddress, time);
+}
+
 bool AlarmStates::makeRoomFor(const AlarmKey& key) {
     if (statesByKey.size() < kMaximumStates || statesByKey.contains(key)) {
         return true;

@@ -66,6 +66,9 @@ public:
     /// raised alarms.
     bool report(const AlarmKey& key, bool isRaised, Time time);
 
+    /// The ONU link of this MAC address is on-line, behind whatever card: it has lost nothing.
+    void linkIsOnline(const std::string& macAddress, Time time);
+
     /// Clears what is raised for links of this MAC address.
     void clearLink(const std::string& macAddress, Time time);
 

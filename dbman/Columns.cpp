@@ -25,13 +25,17 @@ Json objectOf(const Json& item, const char* key) {
     return found != item.end() && found->is_object() ? *found : Json::object();
 }
 
+bool isFromBeforeRestart(const Json& item) {
+    return !textOf(item, "last_report").empty() && textOf(item, "reported_since_start") == "false";
+}
+
 std::string cellOf(const Json& item, const Column& column) {
     auto value = textOf(item, column.key);
     if (column.isBoolean && (value == "1" || value == "0")) {
         return value == "1" ? "yes" : "no";
     }
-    if (column.isReportTime && !value.empty() && textOf(item, "reported_since_start") == "false") {
-        value += " (before restart)";
+    if (column.isReportTime && isFromBeforeRestart(item)) {
+        value += kBeforeRestart;
     }
     return value;
 }

@@ -27,6 +27,12 @@ std::string textOf(const Json& item, const char* key);
 Json arrayOf(const Json& item, const char* key);
 Json objectOf(const Json& item, const char* key);
 
+/// Whether the card or ONU was last reported to a former run of dbman.
+bool isFromBeforeRestart(const Json& item);
+
+/// What marks such a one.
+constexpr auto kBeforeRestart = " (before restart)";
+
 /// The member that the column shows.
 std::string cellOf(const Json& item, const Column& column);
 

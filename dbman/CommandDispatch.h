@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <future>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "dbman/Counters.h"
 #include "dbman/Message.h"
 #include "dbman/Output.h"
+#include "dbman/Sending.h"
 #include "dbman/store/HistoryRows.h"
 
 namespace ponmgr::dbman {
@@ -27,23 +29,28 @@ public:
         std::chrono::milliseconds firstTryLimit{300};
     };
 
+    /// Told on the sending thread when a message has its result; doesn't wait.
+    using Settled = std::function<void()>;
+
     /// All references outlive the object, and `sender` is stopped before the object ends.
     CommandDispatch(CommandSender& sender, Counters& counters, Output& output, KeepRow keep,
-                    Timing timing);
+                    Settled settled, Timing timing);
 
     /// Returns at once. A message that nobody has taken when the patience is over is shown as lost.
     void sendPatiently(const std::vector<Message>& messages);
 
-    /// Tries each message once and waits for the results. Throws Failure, saying how many and why,
-    /// unless the daemon has taken all.
-    void sendNow(const std::vector<Message>& messages);
+    // These return at once too; what is returned is settled by the sending thread.
 
-    /// Sends them patiently, and waits a moment for the first try. True: the daemon has taken all.
-    bool sendPatientlyAndLook(const std::vector<Message>& messages);
+    /// Tries each message once.
+    std::shared_ptr<Sending> sendNow(const std::vector<Message>& messages);
+
+    /// Sends them patiently; settled when the daemon has taken all, or after a moment.
+    std::shared_ptr<Sending> sendPatientlyAndLook(const std::vector<Message>& messages);
 
 private:
-    std::vector<std::future<std::string>> postAll(const std::vector<Message>& messages,
-                                                  std::chrono::milliseconds patience);
+    std::shared_ptr<Sending> postAll(const std::vector<Message>& messages,
+                                     std::chrono::milliseconds patience,
+                                     std::chrono::milliseconds limit);
     void post(const Message& message, std::chrono::milliseconds patience,
               const CommandSender::Done& also);
 
@@ -53,6 +60,7 @@ private:
     Output& output;
     // Constant after construction.
     const KeepRow keep;
+    const Settled settled;
     const Timing timing;
 };
 

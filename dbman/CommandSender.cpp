@@ -110,6 +110,11 @@ bool CommandSender::State::settle(const std::string& error) {
     return true;
 }
 
+bool CommandSender::isDaemonThere() {
+    Corvane probe(kCommandLink);
+    return probe.createSocket() && probe.connect(kCommandPath);
+}
+
 CommandSender::CommandSender() : CommandSender(Timing{}) {}
 
 CommandSender::CommandSender(Timing timing) : state(std::make_shared<State>()) {

@@ -26,6 +26,9 @@ public:
     /// Messages that may wait; a further one fails at once.
     static constexpr std::size_t kMaximumWaiting = 1024;
 
+    /// Whether a daemon listens for commands now. Sends nothing and doesn't wait.
+    static bool isDaemonThere();
+
     CommandSender();
     explicit CommandSender(Timing timing);
     CommandSender(const CommandSender&) = delete;

@@ -34,6 +34,27 @@ OrderedJson describe(const std::vector<Message>& messages) {
     return result;
 }
 
+OrderedJson describeStored() {
+    auto result = describe(std::vector<Message>{});
+    result["stored"] = true;
+    result["note"] =
+        "the daemon hasn't taken it yet; it is tried again for some seconds, and a daemon that "
+        "starts asks for all addresses";
+    return result;
+}
+
+/// What `make` returns, or why it can't be made.
+std::string lineOf(const std::function<OrderedJson()>& make) {
+    OrderedJson result = OrderedJson::object();
+    try {
+        result = make();
+    } catch (const std::runtime_error& error) {
+        result = OrderedJson::object();
+        result["error"] = error.what();
+    }
+    return printJson(result);
+}
+
 }  // namespace
 
 const std::array<ControlCommands::Entry, ControlCommands::kCommands>& ControlCommands::table() {
@@ -65,18 +86,23 @@ const std::array<ControlCommands::Entry, ControlCommands::kCommands>& ControlCom
 
 ControlCommands::ControlCommands(const Parts& usedParts) : parts(usedParts) {}
 
-std::string ControlCommands::answer(const std::string& request) {
-    OrderedJson result = OrderedJson::object();
-    try {
-        result = carryOut(parseJson(request));
-    } catch (const std::runtime_error& error) {
-        result = OrderedJson::object();
-        result["error"] = error.what();
+ControlAnswer ControlCommands::answer(const std::string& request) {
+    std::optional<ControlReply> reply;
+    const auto line = lineOf([&] {
+        reply = carryOut(parseJson(request));
+        return reply->json;
+    });
+    if (!reply || !reply->sending) {
+        return line;
     }
-    return printJson(result);
+    const auto limit = reply->sending->limit();
+    const auto whenSettled = [reply = std::move(*reply)]() -> std::optional<std::string> {
+        return reply.sending->isSettled() ? std::optional(lineOf(reply.finish)) : std::nullopt;
+    };
+    return {whenSettled, limit};
 }
 
-OrderedJson ControlCommands::carryOut(const Json& request) {
+ControlReply ControlCommands::carryOut(const Json& request) {
     if (!request.is_object()) {
         throw Failure("a request is an object");
     }
@@ -89,17 +115,17 @@ OrderedJson ControlCommands::carryOut(const Json& request) {
     return (this->*entry->handler)(request);
 }
 
-OrderedJson ControlCommands::status(const Json&) {
+ControlReply ControlCommands::status(const Json&) {
     auto result = parts.counters.toJson();
     result["database"] = toJson(parts.store.status());
     return result;
 }
 
-OrderedJson ControlCommands::listCards(const Json&) {
+ControlReply ControlCommands::listCards(const Json&) {
     return toJson(parts.state.inventory.cards());
 }
 
-OrderedJson ControlCommands::sendRaw(const Json& request) {
+ControlReply ControlCommands::sendRaw(const Json& request) {
     Message message{parseUri(stringMember(request, "uri")), {}};
     if (!request.contains("data") || !request["data"].is_object()) {
         throw ArgumentError("\"data\" is an object with text values");
@@ -113,22 +139,28 @@ OrderedJson ControlCommands::sendRaw(const Json& request) {
     return send({message});
 }
 
-OrderedJson ControlCommands::send(const std::vector<Message>& messages) {
-    parts.dispatch.sendNow(messages);
-    return describe(messages);
+ControlReply ControlCommands::send(const std::vector<Message>& messages, const Effect& effect) {
+    auto sending = parts.dispatch.sendNow(messages);
+    auto& results = *sending;
+    return {std::move(sending), [&results, sent = describe(messages), effect] {
+                const auto failure = results.takeFailure();
+                if (!failure.empty()) {
+                    throw Failure(failure);
+                }
+                if (effect) {
+                    effect();
+                }
+                return sent;
+            }};
 }
 
-OrderedJson ControlCommands::sendChange(const std::vector<Message>& messages) {
+ControlReply ControlCommands::sendChange(const std::vector<Message>& messages) {
     parts.store.wake();
-    if (parts.dispatch.sendPatientlyAndLook(messages)) {
-        return describe(messages);
-    }
-    auto result = describe(std::vector<Message>{});
-    result["stored"] = true;
-    result["note"] =
-        "the daemon hasn't taken it yet; it is tried again for some seconds, and a daemon that "
-        "starts asks for all addresses";
-    return result;
+    auto sending = parts.dispatch.sendPatientlyAndLook(messages);
+    auto& results = *sending;
+    return {std::move(sending), [&results, sent = describe(messages)] {
+                return results.takeFailure().empty() ? sent : describeStored();
+            }};
 }
 
 }  // namespace ponmgr::dbman

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "dbman/CommandDispatch.h"
+#include "dbman/ControlAnswer.h"
+#include "dbman/ControlReply.h"
 #include "dbman/Counters.h"
 #include "dbman/CurrentState.h"
 #include "dbman/EventLog.h"
@@ -34,10 +37,11 @@ public:
 
     explicit ControlCommands(const Parts& parts);
 
-    /// Carries out one request, a JSON text, and returns the answer, one line of JSON. Whatever the
-    /// request holds: throws nothing but std::bad_alloc. Waits for the daemon as long as
-    /// CommandDispatch does, and for the disk as long as Store::flush().
-    std::string answer(const std::string& request);
+    /// Carries out one request, a JSON text, and returns the answer, one line of JSON. That of a
+    /// message to the daemon comes later, and is to be taken by the same thread: nobody else waits
+    /// for the daemon. Whatever the request holds: throws nothing but std::bad_alloc. Waits for
+    /// the disk as long as Store::flush().
+    ControlAnswer answer(const std::string& request);
 
 private:
     static constexpr std::size_t kCommands = 21;
@@ -45,44 +49,47 @@ private:
     struct Entry {
         std::string_view command;
         /// Throws ArgumentError or Failure.
-        OrderedJson (ControlCommands::*handler)(const Json& request);
+        ControlReply (ControlCommands::*handler)(const Json& request);
     };
 
     static const std::array<Entry, kCommands>& table();
 
-    OrderedJson carryOut(const Json& request);
+    ControlReply carryOut(const Json& request);
 
-    OrderedJson status(const Json& request);
-    OrderedJson listCards(const Json& request);
-    OrderedJson sendRaw(const Json& request);
+    ControlReply status(const Json& request);
+    ControlReply listCards(const Json& request);
+    ControlReply sendRaw(const Json& request);
 
     // Slots and ports.
-    OrderedJson listSlots(const Json& request);
-    OrderedJson setSlot(const Json& request);
-    OrderedJson clearSlot(const Json& request);
-    OrderedJson enableSlot(const Json& request);
-    OrderedJson disableSlot(const Json& request);
-    OrderedJson resetSlot(const Json& request);
-    OrderedJson announce(const Json& request);
-    OrderedJson setPortVlan(const Json& request);
-    OrderedJson removePortVlan(const Json& request);
+    ControlReply listSlots(const Json& request);
+    ControlReply setSlot(const Json& request);
+    ControlReply clearSlot(const Json& request);
+    ControlReply enableSlot(const Json& request);
+    ControlReply disableSlot(const Json& request);
+    ControlReply resetSlot(const Json& request);
+    ControlReply announce(const Json& request);
+    ControlReply setPortVlan(const Json& request);
+    ControlReply removePortVlan(const Json& request);
 
     // ONUs.
-    OrderedJson listOnus(const Json& request);
-    OrderedJson showOnu(const Json& request);
-    OrderedJson removeOnu(const Json& request);
-    OrderedJson resetOnu(const Json& request);
-    OrderedJson setOnuVlan(const Json& request);
+    ControlReply listOnus(const Json& request);
+    ControlReply showOnu(const Json& request);
+    ControlReply removeOnu(const Json& request);
+    ControlReply resetOnu(const Json& request);
+    ControlReply setOnuVlan(const Json& request);
 
     // What has happened.
-    OrderedJson listAlarms(const Json& request);
-    OrderedJson listAlarmHistory(const Json& request);
-    OrderedJson listOptics(const Json& request);
-    OrderedJson listEvents(const Json& request);
+    ControlReply listAlarms(const Json& request);
+    ControlReply listAlarmHistory(const Json& request);
+    ControlReply listOptics(const Json& request);
+    ControlReply listEvents(const Json& request);
 
-    OrderedJson send(const std::vector<Message>& messages);
-    OrderedJson sendChange(const std::vector<Message>& messages);
-    OrderedJson want(const std::string& uri, Wanted wanted, const Json& request);
+    using Effect = std::function<void()>;
+
+    /// Answers what was sent when the daemon has taken all of it, `effect` done before.
+    ControlReply send(const std::vector<Message>& messages, const Effect& effect = nullptr);
+    ControlReply sendChange(const std::vector<Message>& messages);
+    ControlReply want(const std::string& uri, Wanted wanted, const Json& request);
     Message onuMessage(const std::string& uri, const Json& request) const;
     Message portMessage(const Json& request, const std::string& vlan) const;
     Time since(const Json& request) const;

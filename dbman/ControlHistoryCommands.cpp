@@ -30,12 +30,12 @@ Time ControlCommands::since(const Json& request) const {
     return parts.output.now() - std::chrono::seconds(seconds);
 }
 
-OrderedJson ControlCommands::listAlarms(const Json& request) {
+ControlReply ControlCommands::listAlarms(const Json& request) {
     const bool onlyRaised = flagOf(request, "active");
     return toJson(parts.state.alarms.states(optionalSlot(request), onlyRaised));
 }
 
-OrderedJson ControlCommands::listAlarmHistory(const Json& request) {
+ControlReply ControlCommands::listAlarmHistory(const Json& request) {
     const auto slot = optionalSlot(request);
     const auto begin = since(request);
     const auto limit = limitOf(request, kDefaultAlarmEvents);
@@ -44,7 +44,7 @@ OrderedJson ControlCommands::listAlarmHistory(const Json& request) {
     return toJson(parts.store.history().alarmEvents(slot, begin, limit));
 }
 
-OrderedJson ControlCommands::listOptics(const Json& request) {
+ControlReply ControlCommands::listOptics(const Json& request) {
     const auto macAddress = parseMacAddress(stringMember(request, "mac"));
     const auto begin = since(request);
     parts.store.flush();
@@ -57,7 +57,7 @@ OrderedJson ControlCommands::listOptics(const Json& request) {
     return result;
 }
 
-OrderedJson ControlCommands::listEvents(const Json& request) {
+ControlReply ControlCommands::listEvents(const Json& request) {
     const auto after =
         optionalNumber(request, "after", 0, std::numeric_limits<std::int64_t>::max());
     const auto events = parts.events.events(after, limitOf(request, kDefaultEvents));

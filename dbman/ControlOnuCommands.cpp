@@ -17,7 +17,7 @@ std::string macAddressOf(const Json& request) {
 
 }  // namespace
 
-OrderedJson ControlCommands::listOnus(const Json& request) {
+ControlReply ControlCommands::listOnus(const Json& request) {
     const auto port = optionalPort(request);
     const bool offline = flagOf(request, "offline");
     const auto below = optionalLevel(request);
@@ -30,7 +30,7 @@ OrderedJson ControlCommands::listOnus(const Json& request) {
     return toJson(onus);
 }
 
-OrderedJson ControlCommands::showOnu(const Json& request) {
+ControlReply ControlCommands::showOnu(const Json& request) {
     const auto macAddress = macAddressOf(request);
     const auto onu = parts.state.inventory.findOnu(macAddress);
     if (!onu) {
@@ -45,21 +45,22 @@ OrderedJson ControlCommands::showOnu(const Json& request) {
     return result;
 }
 
-OrderedJson ControlCommands::removeOnu(const Json& request) {
-    auto result = send({onuMessage("/slot/onu/remove", request)});
-    // The daemon reports nothing about a removed ONU; one that is still there it reports as new.
+ControlReply ControlCommands::removeOnu(const Json& request) {
     const auto macAddress = macAddressOf(request);
-    parts.state.inventory.removeOnu(macAddress);
-    parts.state.alarms.clearLink(macAddress, parts.output.now());
-    parts.store.wake();
-    return result;
+    return send({onuMessage("/slot/onu/remove", request)}, [this, macAddress] {
+        // The daemon reports nothing about a removed ONU; one that is still there it reports as
+        // new.
+        parts.state.inventory.removeOnu(macAddress);
+        parts.state.alarms.clearLink(macAddress, parts.output.now());
+        parts.store.wake();
+    });
 }
 
-OrderedJson ControlCommands::resetOnu(const Json& request) {
+ControlReply ControlCommands::resetOnu(const Json& request) {
     return send({onuMessage("/slot/onu/reset", request)});
 }
 
-OrderedJson ControlCommands::setOnuVlan(const Json& request) {
+ControlReply ControlCommands::setOnuVlan(const Json& request) {
     auto message = onuMessage("/slot/onu/set/vlanid", request);
     message.data.emplace_back("vlan_id", parseVlan(stringMember(request, "vlan")));
     return send({message});

@@ -13,6 +13,13 @@
 
 namespace ponmgr::dbman {
 
+namespace {
+
+// What poll() passes over.
+constexpr int kNotPolled = -1;
+
+}  // namespace
+
 ControlServer::ControlServer(std::string controlPath, Handler lineHandler, Report errorReport)
     : path(std::move(controlPath)),
       handler(std::move(lineHandler)),
@@ -24,10 +31,15 @@ ControlServer::~ControlServer() {
 
 void ControlServer::listen() {
     stopEvent = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!stopEvent.isOpen()) {
+    wakeEvent = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!stopEvent.isOpen() || !wakeEvent.isOpen()) {
         throw Failure("can't make an event for the control socket");
     }
     listener = std::make_unique<LocalListener>(path);
+}
+
+void ControlServer::wake() {
+    eventfd_write(wakeEvent.get(), 1);
 }
 
 void ControlServer::start() {
@@ -46,26 +58,34 @@ void ControlServer::stop() {
     listener.reset();
 }
 
+std::vector<pollfd> ControlServer::polledDescriptors() const {
+    // A client that can't be taken stays ready; without a pause poll() would never wait.
+    const int listening = isPausing() ? kNotPolled : listener->descriptor();
+    std::vector<pollfd> polled = {
+        {stopEvent.get(), POLLIN, 0}, {wakeEvent.get(), POLLIN, 0}, {listening, POLLIN, 0}};
+    for (const auto& connection : connections) {
+        // A client that doesn't fetch its answers gets no further ones.
+        const bool writes = !connection.output.empty();
+        polled.push_back({connection.awaited ? kNotPolled : connection.descriptor.get(),
+                          static_cast<short>(writes ? POLLOUT : POLLIN), 0});
+    }
+    return polled;
+}
+
 void ControlServer::run() {
-    std::vector<pollfd> polled;
     while (true) {
-        // A client that can't be taken stays ready; without a pause poll() would never wait.
-        const int listening = isPausing() ? -1 : listener->descriptor();
-        polled.assign({{stopEvent.get(), POLLIN, 0}, {listening, POLLIN, 0}});
-        for (const auto& connection : connections) {
-            // A client that doesn't fetch its answers gets no further ones.
-            const bool writes = !connection.output.empty();
-            polled.push_back(
-                {connection.descriptor.get(), static_cast<short>(writes ? POLLOUT : POLLIN), 0});
-        }
+        auto polled = polledDescriptors();
         if (poll(polled.data(), polled.size(), pollTimeout()) < 0) {
             continue;
         }
+        eventfd_t wakes = 0;
+        eventfd_read(wakeEvent.get(), &wakes);
+        settleAll();
         if (polled[0].revents != 0) {
             return;
         }
         for (std::size_t index = 0; index < connections.size(); ++index) {
-            serve(connections[index], polled[index + 2].revents);
+            serve(connections[index], polled[index + polled.size() - connections.size()].revents);
         }
         std::erase_if(connections,
                       [](const Connection& connection) { return !connection.descriptor.isOpen(); });
@@ -75,9 +95,37 @@ void ControlServer::run() {
 
 int ControlServer::pollTimeout() const {
     using std::chrono::milliseconds;
-    const auto pause = acceptAgain - std::chrono::steady_clock::now();
-    return pause.count() > 0 ? static_cast<int>(std::chrono::ceil<milliseconds>(pause).count())
-                             : -1;
+    using Clock = std::chrono::steady_clock;
+    auto next = Clock::time_point::max();
+    if (isPausing()) {
+        next = acceptAgain;
+    }
+    for (const auto& connection : connections) {
+        next = connection.awaited ? std::min(next, connection.awaited->limit()) : next;
+    }
+    if (next == Clock::time_point::max()) {
+        return -1;
+    }
+    const auto pause = std::chrono::ceil<milliseconds>(next - Clock::now());
+    return static_cast<int>(std::max(pause, milliseconds(0)).count());
+}
+
+void ControlServer::settleAll() {
+    for (auto& connection : connections) {
+        if (connection.awaited) {
+            settle(connection);
+            answerLines(connection);
+        }
+    }
+}
+
+void ControlServer::settle(Connection& connection) {
+    const auto line = connection.awaited->take();
+    if (line) {
+        connection.awaited.reset();
+        connection.output = *line + "\n";
+        flush(connection);
+    }
 }
 
 void ControlServer::acceptOrPause() {
@@ -128,17 +176,18 @@ void ControlServer::serve(Connection& connection, short events) {
 }
 
 void ControlServer::answerLines(Connection& connection) {
-    while (connection.descriptor.isOpen() && connection.output.empty()) {
+    while (connection.descriptor.isOpen() && connection.output.empty() && !connection.awaited) {
         const auto end = connection.input.find('\n');
         if (end == std::string::npos) {
             break;
         }
         const auto line = connection.input.substr(0, end);
         connection.input.erase(0, end + 1);
-        connection.output = handler(line) + "\n";
-        flush(connection);
+        connection.awaited = handler(line);
+        settle(connection);
     }
-    if (connection.output.empty() && connection.input.size() > kMaximumLineBytes) {
+    if (connection.output.empty() && !connection.awaited &&
+        connection.input.size() > kMaximumLineBytes) {
         endWith(connection, "a line of more than " + std::to_string(kMaximumLineBytes) + " bytes");
         flush(connection);
     }

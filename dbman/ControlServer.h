@@ -1,12 +1,16 @@
 #pragma once
 
+#include <poll.h>
+
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "dbman/ControlAnswer.h"
 #include "dbman/Descriptor.h"
 #include "dbman/LocalSocket.h"
 
@@ -16,9 +20,9 @@ namespace ponmgr::dbman {
 /// client may ask any number of lines on one connection. Only our own user and root are answered.
 class ControlServer {
 public:
-    /// Gets a line without its end and returns one. Called on the thread, one line at a time;
-    /// throws nothing.
-    using Handler = std::function<std::string(const std::string& line)>;
+    /// Gets a line without its end and returns its answer, or how to get it later; meanwhile
+    /// others are answered. Called on the thread, one line at a time; throws nothing.
+    using Handler = std::function<ControlAnswer(const std::string& line)>;
 
     /// Gets why clients can't be taken, once until one can be again. Called on the thread; throws
     /// nothing.
@@ -41,7 +45,12 @@ public:
 
     void start();
 
-    /// Closes all connections and removes the path. Waits for a handler that runs.
+    /// Has answers that come later looked for. May be called on any thread once listen() has
+    /// returned.
+    void wake();
+
+    /// Gives out the answers that are there, closes all connections and removes the path. Waits
+    /// for a handler that runs.
     void stop();
 
 private:
@@ -49,6 +58,9 @@ private:
         Descriptor descriptor;
         std::string input;
         std::string output;
+        /// The answer that has to come first. The client may go meanwhile; what it has asked for is
+        /// done all the same.
+        std::optional<ControlAnswer> awaited;
         /// Nothing more is read; the connection ends when `output` has gone out.
         bool ending = false;
     };
@@ -56,11 +68,15 @@ private:
     void run();
     /// How long poll() may wait; -1 for ever.
     int pollTimeout() const;
+    std::vector<pollfd> polledDescriptors() const;
     bool isPausing() const { return std::chrono::steady_clock::now() < acceptAgain; }
     void acceptAll();
     void acceptOrPause();
     void serve(Connection& connection, short events);
     void answerLines(Connection& connection);
+    /// Puts out an awaited answer that is there.
+    void settle(Connection& connection);
+    void settleAll();
     static void flush(Connection& connection);
     static void endWith(Connection& connection, const std::string& error);
 
@@ -75,6 +91,8 @@ private:
     bool isReported = false;
     // Readable when the thread is to end; synchronises itself.
     Descriptor stopEvent;
+    // Readable when an awaited answer may be there; synchronises itself.
+    Descriptor wakeEvent;
     std::thread thread;
 };
 

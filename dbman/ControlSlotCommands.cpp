@@ -22,11 +22,11 @@ Message slotMessage(const std::string& uri, int slot) {
 
 }  // namespace
 
-OrderedJson ControlCommands::listSlots(const Json&) {
+ControlReply ControlCommands::listSlots(const Json&) {
     return toJson(parts.state.slots.slots());
 }
 
-OrderedJson ControlCommands::setSlot(const Json& request) {
+ControlReply ControlCommands::setSlot(const Json& request) {
     const int slot = slotOf(request);
     const auto card = addressOf(request, "ip");
     const auto source = optionalAddress(request, "source");
@@ -35,7 +35,7 @@ OrderedJson ControlCommands::setSlot(const Json& request) {
     return sendChange(addressMessages(slot, address));
 }
 
-OrderedJson ControlCommands::clearSlot(const Json& request) {
+ControlReply ControlCommands::clearSlot(const Json& request) {
     const int slot = slotOf(request);
     parts.state.slots.clearAddress(slot);
     parts.state.inventory.setAddress(slot, std::nullopt);
@@ -43,27 +43,27 @@ OrderedJson ControlCommands::clearSlot(const Json& request) {
     return sendChange({{"/olt/ip", {{"slot_id", std::to_string(slot)}, {"ip_address", ""}}}});
 }
 
-OrderedJson ControlCommands::want(const std::string& uri, Wanted wanted, const Json& request) {
+ControlReply ControlCommands::want(const std::string& uri, Wanted wanted, const Json& request) {
     const int slot = slotOf(request);
-    auto result = send({slotMessage(uri, slot)});
-    parts.state.slots.setWanted(slot, wanted);
-    parts.store.wake();
-    return result;
+    return send({slotMessage(uri, slot)}, [this, slot, wanted] {
+        parts.state.slots.setWanted(slot, wanted);
+        parts.store.wake();
+    });
 }
 
-OrderedJson ControlCommands::enableSlot(const Json& request) {
+ControlReply ControlCommands::enableSlot(const Json& request) {
     return want("/slot/enable", Wanted::enabled, request);
 }
 
-OrderedJson ControlCommands::disableSlot(const Json& request) {
+ControlReply ControlCommands::disableSlot(const Json& request) {
     return want("/slot/disable", Wanted::disabled, request);
 }
 
-OrderedJson ControlCommands::resetSlot(const Json& request) {
+ControlReply ControlCommands::resetSlot(const Json& request) {
     return send({slotMessage("/slot/reset", slotOf(request))});
 }
 
-OrderedJson ControlCommands::announce(const Json& request) {
+ControlReply ControlCommands::announce(const Json& request) {
     const auto configuration = parts.state.slots.configuration();
     if (stringMember(request, "slot") == "all") {
         if (configuration.empty()) {
@@ -80,11 +80,11 @@ OrderedJson ControlCommands::announce(const Json& request) {
     return send(addressMessages(slot, address->second));
 }
 
-OrderedJson ControlCommands::setPortVlan(const Json& request) {
+ControlReply ControlCommands::setPortVlan(const Json& request) {
     return send({portMessage(request, parseVlan(stringMember(request, "vlan")))});
 }
 
-OrderedJson ControlCommands::removePortVlan(const Json& request) {
+ControlReply ControlCommands::removePortVlan(const Json& request) {
     // An empty VLAN makes the daemon delete the port's rules and set none.
     return send({portMessage(request, "")});
 }

@@ -225,6 +225,10 @@ Notifications::Lines Notifications::updateOnu(const Json& data) {
     if (!state.inventory.updateOnu(macAddress, slot, recordOf(data), output.now())) {
         throw MalformedMessage("one ONU more than " + std::to_string(Inventory::kMaximumOnus));
     }
+    if (stringMember(data, "online_status") == "1") {
+        // Its return may have been reported while nobody listened.
+        state.alarms.linkIsOnline(macAddress, output.now());
+    }
     if (const auto onu = state.inventory.findOnu(macAddress)) {
         auto levels = onuLevels(onu->record);
         if (hasReading(levels) && (!before || onuLevels(before->record) != levels)) {

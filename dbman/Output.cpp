@@ -39,11 +39,12 @@ void Output::announce(const std::string& line) {
 
 void Output::show(EventKind kind, const std::string& line, bool hidden) {
     const auto time = now();
-    if (!hidden) {
-        write(formatUtc(time) + " " + line);
-    }
+    // First, so that what somebody has seen can be asked for.
     if (listener) {
         listener(time, kind, line);
+    }
+    if (!hidden) {
+        write(formatUtc(time) + " " + line);
     }
 }
 

@@ -20,7 +20,7 @@ Server::Server(ServeOptions serveOptions, std::ostream& stream)
       sender(options.senderTiming),
       dispatch(
           sender, counters, output, [this](HistoryRow row) { store.post(std::move(row)); },
-          options.commandTiming),
+          [this] { control.wake(); }, options.commandTiming),
       notifications(
           state, counters, output, [this](HistoryRow row) { store.post(std::move(row)); },
           [this] { dispatch.sendPatiently(addressMessages(state.slots.configuration())); }),
@@ -51,10 +51,16 @@ void Server::start() {
     }
     control.listen();
     loadState();
+    // Before anybody is told that we are ready and starts the daemon.
+    const bool asks = isDaemonToBeAsked();
     output.start();
     output.announce(readyLine());
     store.start();
     sender.start();
+    if (asks) {
+        output.note(EventKind::command, "a daemon runs already; it is to report everything anew");
+        dispatch.sendPatiently(addressMessages(state.slots.configuration()));
+    }
     receiver.start();
     control.start();
 }
@@ -80,6 +86,12 @@ void Server::loadState() {
     events.load(stored.events);
     // Slots that were configured right now.
     store.wake();
+}
+
+// A daemon that starts from here on finds us listening and asks for the addresses by itself. Only
+// one that runs already has told nobody what has happened meanwhile.
+bool Server::isDaemonToBeAsked() const {
+    return options.announces && CommandSender::isDaemonThere();
 }
 
 std::string Server::readyLine() const {

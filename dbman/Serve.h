@@ -27,6 +27,8 @@ struct ServeOptions {
     std::string controlPath;
     /// Shows only what goes wrong.
     bool quiet = false;
+    /// Tells a daemon that runs already the slots' addresses, so that it reports everything anew.
+    bool announces = true;
     CommandDispatch::Timing commandTiming;
     CommandSender::Timing senderTiming;
 };
@@ -53,6 +55,7 @@ public:
 private:
     void reportLinkError(const std::string& error);
     void loadState();
+    bool isDaemonToBeAsked() const;
     std::string readyLine() const;
 
     // Constant after construction.

@@ -66,6 +66,11 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
+// The numbers beside it are as old: a card is reported anew before its ONUs.
+std::string cardState(const Json& card) {
+    return textOf(card, "state") + (isFromBeforeRestart(card) ? kBeforeRestart : "");
+}
+
 std::vector<std::string> cardLines(const Watched& watched, const Screen& screen) {
     Table table(std::vector<Table::Column>{{"slot", 0},
                                            {"address", 2},
@@ -79,7 +84,7 @@ std::vector<std::string> cardLines(const Watched& watched, const Screen& screen)
     const Json cards = arrayOf(watched.cards, "cards");
     for (const auto& card : cards) {
         const auto& summary = bySlot[textOf(card, "slot_id")];
-        table.addRow({textOf(card, "slot_id"), textOf(card, "ip_address"), textOf(card, "state"),
+        table.addRow({textOf(card, "slot_id"), textOf(card, "ip_address"), cardState(card),
                       std::to_string(summary.online) + "/" + std::to_string(summary.onus),
                       levelText(summary.worstLevel), std::to_string(summary.alarms),
                       textOf(card, "app_version"), textOf(card, "mac_address")});

@@ -107,6 +107,18 @@ TEST_F(AlarmStatesTest, ALinkThatReportsBehindAnotherCardIsLostBehindNone) {
     EXPECT_THAT(raised, testing::ElementsAre("07 Laser Always On", "08 Report Timeout"));
 }
 
+TEST_F(AlarmStatesTest, ALinkThatIsOnLineHasLostNothing) {
+    alarms.report({1, "ONU Link: 00:11:22:33:44:55", "Standard Dying Gasp"}, true, at(1));
+    alarms.report({2, "ONU Link: 00:11:22:33:44:55", "Report Timeout"}, true, at(1));
+    alarms.report({2, "ONU Link: 00:11:22:33:44:55", "Loss of Signal"}, true, at(1));
+    alarms.report({2, "ONU Link: 00:11:22:33:44:66", "Report Timeout"}, true, at(1));
+    alarms.linkIsOnline("00:11:22:33:44:55", at(2));
+    const auto raised = alarms.states(std::nullopt, true);
+    ASSERT_EQ(raised.size(), 2U);
+    EXPECT_EQ(raised[0].key.alarm, "Loss of Signal");
+    EXPECT_EQ(raised[1].key.resource, "ONU Link: 00:11:22:33:44:66");
+}
+
 TEST_F(AlarmStatesTest, ALinksMoveIsCountedAndOverAtOnce) {
     report("ONU Link Moved Between PON Ports", true, 10);
     report("ONU Link Moved Between PON Ports", true, 20);

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -92,6 +93,85 @@ TEST_F(ControlServerTest, AnswersOthersWhileAClientDoesNotRead) {
     ASSERT_TRUE(sendSome(deaf, "large\nlarge\n"));
     EXPECT_EQ(askDbman("/tmp/large.ctl", "small"), "small");
     EXPECT_EQ(askDbman("/tmp/large.ctl", "large").size(), 5'000'000U);
+}
+
+/// A server whose answers to lines that begin with "later" come when `release` is called.
+class AwaitedAnswerTest : public testing::Test {
+protected:
+    using Clock = ControlAnswer::Clock;
+
+    void SetUp() override {
+        server.listen();
+        server.start();
+    }
+
+    ControlAnswer answer(const std::string& line) {
+        if (!line.starts_with("later")) {
+            return echo(line);
+        }
+        const auto limit = Clock::now() + waitLimit;
+        const auto whenThere = [this, line, limit]() -> std::optional<std::string> {
+            if (released || Clock::now() >= limit) {
+                ++given;
+                return echo(line);
+            }
+            return std::nullopt;
+        };
+        return {whenThere, limit};
+    }
+
+    void release() {
+        released = true;
+        server.wake();
+    }
+
+    std::chrono::milliseconds waitLimit = std::chrono::hours(1);
+    std::atomic<bool> released = false;
+    std::atomic<int> given = 0;
+    ControlServer server{kPath, [this](const std::string& line) { return answer(line); }, ignore};
+};
+
+TEST_F(AwaitedAnswerTest, KeepsNobodyElseWaiting) {
+    const auto waiting = connectLocal(kPath, 10);
+    ASSERT_TRUE(sendSome(waiting, "later\n"));
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+    EXPECT_EQ(given, 0);
+}
+
+TEST_F(AwaitedAnswerTest, ComesBeforeThoseToTheLinesBehindIt) {
+    const auto waiting = connectLocal(kPath, 10);
+    ASSERT_TRUE(sendSome(waiting, "later\nhello\n"));
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+    release();
+    const std::string expected = "answer to later\nanswer to hello\n";
+    std::string text;
+    while (text.size() < expected.size() && receiveSome(waiting, text).value_or(0) > 0) {
+    }
+    EXPECT_EQ(text, expected);
+}
+
+TEST_F(AwaitedAnswerTest, IsLookedForWhenItsTimeIsOver) {
+    waitLimit = std::chrono::milliseconds(20);
+    EXPECT_EQ(askDbman(kPath, "later"), "answer to later");
+}
+
+TEST_F(AwaitedAnswerTest, IsTakenAlthoughItsClientHasGone) {
+    {
+        const auto gone = connectLocal(kPath, 10);
+        ASSERT_TRUE(sendSome(gone, "later\n"));
+        EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+    }
+    release();
+    EXPECT_TRUE(ponmgr::test::waitFor([this] { return given == 1; }));
+}
+
+TEST_F(AwaitedAnswerTest, IsGivenOutWhenTheServerStops) {
+    const auto waiting = connectLocal(kPath, 10);
+    ASSERT_TRUE(sendSome(waiting, "later\n"));
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+    released = true;
+    server.stop();
+    EXPECT_EQ(readAll(waiting), "answer to later\n");
 }
 
 TEST_F(ControlServerTest, RefusesALineThatNeverEnds) {

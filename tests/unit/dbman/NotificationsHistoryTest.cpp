@@ -50,6 +50,15 @@ TEST_F(NotificationsHistory, AHugeUriIsKeptInPart) {
     EXPECT_EQ(kept<NotificationRow>().at(0).uri.size(), 128U);
 }
 
+TEST_F(NotificationsHistory, AnOnuThatIsOnLineHasLostNothingAnyMore) {
+    const AlarmKey timeout{3, "ONU Link: 00:11:22:33:44:55", "Report Timeout"};
+    state.alarms.report(timeout, true, time);
+    report(R"("online_status":"0")");
+    EXPECT_EQ(state.alarms.states(3, true).size(), 1U);
+    report(R"("online_status":"1")");
+    EXPECT_EQ(state.alarms.states(3, true).size(), 0U);
+}
+
 TEST_F(NotificationsHistory, AnAlarmChangesItsStateAndIsKept) {
     alarm("3", "On", "Loss of Signal");
     const auto states = state.alarms.states(3, true);

@@ -107,6 +107,16 @@ TEST_F(OutputTest, TellsItsListenerAlsoWhatNobodyReads) {
     EXPECT_TRUE(output.stop());
 }
 
+TEST(Output, TellsItsListenerBeforeItShowsALine) {
+    test::CapturedOutput shown;
+    Output output(shown.stream(), false);
+    std::string before = "not told";
+    output.setListener([&](Time, EventKind, const std::string&) { before = shown.text(); });
+    output.note(EventKind::notification, "one");
+    EXPECT_EQ(before, "");
+    EXPECT_TRUE(shown.contains("one"));
+}
+
 TEST_F(OutputTest, DoesNotWaitForEverForAReaderWhenItStops) {
     output.start();
     output.announce("ready");

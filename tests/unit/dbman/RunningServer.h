@@ -28,6 +28,7 @@ public:
         result.configuration = makeSlotConfiguration({1, 3}, 0x7F000100, 0x7F000001);
         result.controlPath = kDefaultControlPath;
         result.quiet = quiet;
+        result.announces = false;
         result.store.file = "/tmp/dbman.db";
         result.senderTiming = {milliseconds(1), milliseconds(50)};
         return result;

@@ -54,6 +54,37 @@ TEST(Server, AnswersADaemonThatListensLaterAndReceivesMeanwhile) {
     EXPECT_EQ(daemon.waitForCommands(4).size(), 4U);
 }
 
+TEST(Server, HasADaemonThatRunsAlreadyReportEverythingAnew) {
+    const FakeDaemon daemon;
+    auto options = RunningServer::options();
+    options.announces = true;
+    test::CapturedOutput output;
+    Server server(options, output.stream());
+    server.start();
+    EXPECT_THAT(daemon.waitForCommands(4),
+                ElementsAre(HasSubstr(R"("/olt/src_ip","data":{"slot_id":"1")"),
+                            HasSubstr(R"("/olt/ip","data":{"slot_id":"1")"),
+                            HasSubstr(R"("/olt/src_ip","data":{"slot_id":"3")"),
+                            HasSubstr(R"("/olt/ip","data":{"slot_id":"3")")));
+    EXPECT_TRUE(ponmgr::test::waitFor(
+        [&] { return output.contains("a daemon runs already; it is to report everything anew"); }));
+}
+
+TEST(Server, LeavesItToADaemonThatStartsLaterToAsk) {
+    auto options = RunningServer::options();
+    options.announces = true;
+    test::CapturedOutput output;
+    Server server(options, output.stream());
+    server.start();
+    const FakeDaemon daemon;
+    notify(notification("/olt/get/all/ip", "{}"));
+    ASSERT_EQ(daemon.waitForCommands(4).size(), 4U);
+    test::runProgram({"send", "/last"});
+    EXPECT_THAT(daemon.waitForCommands(5),
+                ElementsAre(testing::_, testing::_, testing::_, testing::_, HasSubstr("/last")));
+    EXPECT_FALSE(output.contains("lost "));
+}
+
 TEST(Server, ReportsAnAnswerAsLostWhenNobodyTakesIt) {
     auto options = RunningServer::options();
     options.commandTiming.patience = std::chrono::milliseconds(5);

@@ -66,6 +66,20 @@ TEST(Watch, IntoAPipeIsOnePicture) {
                                      R"({"command":"events","limit":10})"));
 }
 
+TEST(Watch, MarksACardThatWasLastReportedBeforeTheStart) {
+    auto answers = twoCards();
+    answers["card list"] =
+        R"({"cards":[{"slot_id":"1","state":"on-line","last_report":"T","reported_since_start":false},)"
+        R"({"slot_id":"2","state":"on-line","last_report":"T","reported_since_start":true},)"
+        R"({"slot_id":"3","state":"unknown","last_report":"","reported_since_start":false}]})";
+    ScriptedDbman dbman(answers);
+    dbman.start();
+    const auto picture = runProgram({"watch"}).out;
+    EXPECT_THAT(picture, HasSubstr("1     -        on-line (before restart)  2/3 "));
+    EXPECT_THAT(picture, HasSubstr("2     -        on-line                   0/0 "));
+    EXPECT_THAT(picture, HasSubstr("3     -        unknown                   0/0 "));
+}
+
 TEST(Watch, OnceWithoutADbmanEndsWithThree) {
     const auto outcome = runProgram({"watch", "--once"});
     EXPECT_EQ(outcome.code, ExitCode::notRunning);

@@ -30,6 +30,8 @@ protected:
         result.file = file;
         result.commitDelay = std::chrono::milliseconds(1);
         result.retryPause = std::chrono::milliseconds(5);
+        // What a flush waits for comes, however busy the machine is.
+        result.flushLimit = std::chrono::seconds(30);
         return result;
     }
 
