@@ -127,6 +127,17 @@ const CardRequest* findCardRequest(std::uint16_t id) {
     return found != std::end(kRequests) && found->id == id ? found : nullptr;
 }
 
+bool isSetting(std::uint16_t id) {
+    const auto* request = findCardRequest(id);
+    // By its name: those that only ask are called "Get ...", in the cards' own protocol.
+    return request != nullptr && !request->name.starts_with("Get ");
+}
+
+void pretendRequest(Exchange& exchange) {
+    beginAnswer(exchange.answer, exchange.request.id, exchange.request.ctag);
+    finishAnswer(exchange.answer, Result::ok);
+}
+
 void answerRequest(Exchange& exchange) {
     beginAnswer(exchange.answer, exchange.request.id, exchange.request.ctag);
     finishAnswer(exchange.answer, carryOut(exchange));

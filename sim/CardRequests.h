@@ -49,9 +49,15 @@ std::span<const CardRequest> cardRequests();
 /// Null for an id that a card doesn't know.
 const CardRequest* findCardRequest(std::uint16_t id);
 
+/// Whether a request with this id asks the card to do or keep something, not just to say something.
+bool isSetting(std::uint16_t id);
+
 /// Writes the whole answer frame to `exchange.answer`: a length field that disagrees with the
 /// datagram and a payload that doesn't fit the request's layout give "parameter out of range", an
 /// id that no card knows gives "unsupported".
 void answerRequest(Exchange& exchange);
+
+/// Writes the answer of a card that has carried the request out, and carries nothing out.
+void pretendRequest(Exchange& exchange);
 
 }  // namespace ponmgr::sim

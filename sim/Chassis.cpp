@@ -88,15 +88,19 @@ std::string_view Chassis::whyDropped(Card& card, Endpoint from,
     return {};
 }
 
-std::string_view Chassis::receive(Card& card, Endpoint from,
-                                  std::span<const std::uint8_t> datagram) {
+std::string_view Chassis::receive(Card& card, Endpoint from, std::span<const std::uint8_t> datagram,
+                                  Effect effect) {
     const auto dropped = whyDropped(card, from, datagram);
     if (!dropped.empty()) {
         return dropped;
     }
     const auto request = readRequest(datagram);
     Exchange exchange{card, *request, 0, frame, {}};
-    answerRequest(exchange);
+    if (effect == Effect::pretended) {
+        pretendRequest(exchange);
+    } else {
+        answerRequest(exchange);
+    }
     if (pace.isImmediate()) {
         answer(card, from, card.incarnation, frame.view(), exchange.after);
         return {};

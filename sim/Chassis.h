@@ -67,9 +67,13 @@ public:
     /// The ONU with this name, wherever it hangs; null pointers when there is none.
     OnuPlace findOnu(const OnuAddress& installed);
 
+    /// What a card makes of a request: pretended, it only says that it has carried it out.
+    enum class Effect : std::uint8_t { carriedOut, pretended };
+
     /// A datagram has arrived at the card's address. The card acts at once and answers after the
     /// latency. Returns why it has dropped the datagram, a text that lives for ever, or nothing.
-    std::string_view receive(Card& card, Endpoint from, std::span<const std::uint8_t> datagram);
+    std::string_view receive(Card& card, Endpoint from, std::span<const std::uint8_t> datagram,
+                             Effect effect = Effect::carriedOut);
 
     /// The card falls silent for the reset time and comes back with an OLT Ready event. False when
     /// it is resetting already, and when the slot is empty.

@@ -16,8 +16,10 @@ ChassisWire::ChassisWire(std::size_t journalEntries, std::uint32_t seed, TimerQu
       table(seed, timers),
       way(
           timers, table, diary,
-          [this](int slot, Endpoint from, std::span<const std::uint8_t> datagram) {
-              return chassis.receive(*chassis.findCard(slot), from, datagram);
+          [this](int slot, Endpoint from, std::span<const std::uint8_t> datagram, bool pretended) {
+              return chassis.receive(
+                  *chassis.findCard(slot), from, datagram,
+                  pretended ? Chassis::Effect::pretended : Chassis::Effect::carriedOut);
           },
           std::move(depart)),
       sources(timers, table, cards, way) {}

@@ -10,7 +10,7 @@ _chassis_sim_card_actions='get reset pull insert swap mute unmute product-code c
     leftover-path'
 _chassis_sim_onu_actions='get unplug plug power-off power-on fade move'
 _chassis_sim_fault_kinds='drop delay duplicate reorder truncate flip-bit wrong-ctag wrong-id
-    wrong-length result late mute event-burst wrong-port garbage'
+    wrong-length result late mute event-burst wrong-port garbage pretend'
 _chassis_sim_fault_options='--card --request --direction --start --for --count --probability --time
     --copies --limit --bytes --to --bit --id --length --code --rate --alarm --target --port --size
     --stranger'

@@ -29,7 +29,7 @@ void DatagramPath::receive(int slot, Endpoint local, Endpoint from,
                            std::span<const std::uint8_t> datagram) {
     Passage passage{slot, Direction::toCard, local, from, datagram, {}, {}, {}, true};
     if (isPlain()) {
-        arriveAt(slot, from, journal.record(passage), datagram);
+        arriveAt(slot, from, journal.record(passage), datagram, false);
         return;
     }
     auto treatment = treat(slot, Direction::toCard, local, datagram);
@@ -50,7 +50,8 @@ void DatagramPath::receive(int slot, Endpoint local, Endpoint from,
                  {},
                  treatment.faults,
                  treatment.copies,
-                 number},
+                 number,
+                 treatment.pretended},
                 treatment);
     }
 }
@@ -77,7 +78,8 @@ bool DatagramPath::send(int slot, Endpoint local, Endpoint to,
                   {},
                   treatment.faults,
                   treatment.copies,
-                  0};
+                  0,
+                  false};
     if (!sameBytes(parcel.bytes, datagram)) {
         parcel.original.emplace(datagram.begin(), datagram.end());
     }
@@ -198,7 +200,7 @@ bool DatagramPath::deliver(const Parcel& parcel) {
 
 bool DatagramPath::deliverOne(const Parcel& parcel) {
     if (parcel.direction == Direction::toCard) {
-        arriveAt(parcel.slot, parcel.peer, parcel.number, parcel.bytes);
+        arriveAt(parcel.slot, parcel.peer, parcel.number, parcel.bytes, parcel.pretended);
         return true;
     }
     return departFrom(passageOf(parcel));
@@ -214,8 +216,8 @@ Passage DatagramPath::passageOf(const Parcel& parcel) {
 }
 
 void DatagramPath::arriveAt(int slot, Endpoint from, std::uint64_t number,
-                            std::span<const std::uint8_t> bytes) {
-    const auto dropped = arrive(slot, from, bytes);
+                            std::span<const std::uint8_t> bytes, bool pretended) {
+    const auto dropped = arrive(slot, from, bytes, pretended);
     if (!dropped.empty()) {
         journal.setDropped(number, dropped);
     }

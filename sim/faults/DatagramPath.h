@@ -23,10 +23,10 @@ namespace ponmgr::sim {
 /// and delays add up: all copies go together, after all delays; then reorder holds them back.
 class DatagramPath {
 public:
-    /// A card takes a datagram. Returns why it has dropped it, a text that lives for ever, or
-    /// nothing.
-    using Arrive = std::function<std::string_view(int slot, Endpoint from,
-                                                  std::span<const std::uint8_t> datagram)>;
+    /// A card takes a datagram; when pretended, it only says that it has done what is asked.
+    /// Returns why it has dropped the datagram, a text that lives for ever, or nothing.
+    using Arrive = std::function<std::string_view(
+        int slot, Endpoint from, std::span<const std::uint8_t> datagram, bool pretended)>;
     /// Sends a datagram from a card's end; false when the system refuses.
     using Depart =
         std::function<bool(Endpoint local, Endpoint to, std::span<const std::uint8_t> datagram)>;
@@ -69,6 +69,7 @@ private:
         std::uint32_t copies = 0;
         /// In the journal, of one to the card.
         std::uint64_t number = 0;
+        bool pretended = false;
     };
 
     struct Held {
@@ -89,7 +90,7 @@ private:
     bool deliverOne(const Parcel& parcel);
     void release(int slot, Direction direction);
     void arriveAt(int slot, Endpoint from, std::uint64_t number,
-                  std::span<const std::uint8_t> bytes);
+                  std::span<const std::uint8_t> bytes, bool pretended);
     bool departFrom(const Passage& passage);
 
     TimerQueue& timers;

@@ -28,8 +28,8 @@ struct FaultKind {
     const char* effect;
     TreatDatagram treat = nullptr;
     SendDatagram send = nullptr;
-    /// What it can hit.
-    enum class Scope { both, outgoing, answers } scope = Scope::both;
+    /// What it can hit; settings are requests to change something, on their way in.
+    enum class Scope { both, outgoing, answers, settings } scope = Scope::both;
     /// Its own options; those of all kinds come on top.
     std::array<std::string_view, 3> options{};
 };

@@ -56,6 +56,8 @@ constexpr FaultKind kKinds[] = {
      sendGarbage,
      Scope::outgoing,
      {"rate", "size", "stranger"}},
+    {"pretend", "gets the result 0, and the card does nothing", treatPretend, nullptr,
+     Scope::settings},
 };
 
 }  // namespace

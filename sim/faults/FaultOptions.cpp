@@ -74,9 +74,11 @@ constexpr DirectionWord kDirections[] = {
 
 void setDirection(FaultSettings& settings, const Text& option, const Text& text) {
     const auto& direction = entryNamed<UsageError>(kDirections, text, "value of " + option);
-    if (direction.toCard && settings.kind->scope != FaultKind::Scope::both) {
+    const auto scope = settings.kind->scope;
+    const bool comesIn = scope == FaultKind::Scope::settings;
+    if (scope != FaultKind::Scope::both && (comesIn ? direction.fromCard : direction.toCard)) {
         throw UsageError(option + ": '" + text + "' can't be used with " + settings.kind->name +
-                         "; allowed: out");
+                         "; allowed: " + (comesIn ? "in" : "out"));
     }
     settings.toCard = direction.toCard;
     settings.fromCard = direction.fromCard;
@@ -117,7 +119,8 @@ void setU16(FaultSettings& settings, const Text& option, const Text& text) {
 constexpr FaultOption kOptions[] = {
     {"card", "SLOT|all", "Fault: the card; all", setCard},
     {"request", "NAME|ID|all", "Fault: the message, by name or number; all", setRequest},
-    {"direction", "in|out|all", "Fault: in to the card, out from it; out", setDirection},
+    {"direction", "in|out|all", "Fault: in to the card, out from it; out, pretend in",
+     setDirection},
     {"start", "TIME", "Fault: how long from now it begins; 0",
      [](FaultSettings& settings, const Text& option, const Text& text) {
          settings.start = parseDuration(option, text, kLongestDuration);
@@ -220,6 +223,8 @@ std::vector<std::string> optionsOf(const FaultKind& kind) {
 FaultSettings parseFault(const std::string& kind, const FaultTexts& texts) {
     FaultSettings settings;
     settings.kind = &faultKindNamed(kind);
+    settings.toCard = settings.kind->scope == FaultKind::Scope::settings;
+    settings.fromCard = !settings.toCard;
     settings.texts = texts;
     refuseUnknown(*settings.kind, texts);
     for (const auto& option : kOptions) {

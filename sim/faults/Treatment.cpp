@@ -1,5 +1,6 @@
 #include "sim/faults/Treatment.h"
 
+#include "sim/CardRequests.h"
 #include "sim/Wire.h"
 
 namespace ponmgr::sim {
@@ -108,6 +109,14 @@ bool treatResult(Fault& fault, Treatment& treatment) {
     bytes.resize(kAnswerHeaderSize);
     putU16(bytes, kLengthOffset, kLengthOfResult);
     putU16(bytes, kResultOffset, *fault.settings().code);
+    return true;
+}
+
+bool treatPretend(Fault&, Treatment& treatment) {
+    if (!holdsU16(treatment.bytes, kIdOffset) || !isSetting(u16At(treatment.bytes, kIdOffset))) {
+        return false;
+    }
+    treatment.pretended = true;
     return true;
 }
 

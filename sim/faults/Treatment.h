@@ -15,6 +15,8 @@ struct Treatment {
     /// Those that have hit it.
     std::vector<std::uint32_t> faults;
     bool dropped = false;
+    /// The card only says that it has done what is asked.
+    bool pretended = false;
     /// Copies beyond the one.
     std::uint32_t copies = 0;
     Duration delay{};
@@ -36,6 +38,7 @@ bool treatWrongCtag(Fault& fault, Treatment& treatment);
 bool treatWrongId(Fault& fault, Treatment& treatment);
 bool treatWrongLength(Fault& fault, Treatment& treatment);
 bool treatResult(Fault& fault, Treatment& treatment);
+bool treatPretend(Fault& fault, Treatment& treatment);
 bool treatWrongPort(Fault& fault, Treatment& treatment);
 
 /// The port that a fault of kind wrong-port uses instead of the card's.

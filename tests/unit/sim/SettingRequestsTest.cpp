@@ -104,8 +104,62 @@ TEST_P(SettingRequests, KeepThePayloadOnlyWhenTheyAreAccepted) {
     EXPECT_EQ(store.countPerId().at(GetParam().id), 1U);
 }
 
+TEST_P(SettingRequests, ArePretendedByAnAnswerAloneWhateverTheySay) {
+    const auto before = card().configuration;
+    const auto id = GetParam().id;
+    EXPECT_TRUE(isSetting(id));
+    Writer request;
+    request.u16(id);
+    request.u32(0x00070000);
+    EXPECT_EQ(chassis->receive(card(), kManager, request.view(), Chassis::Effect::pretended), "");
+    advance(settings.latency);
+    Writer answer;
+    answer.u16(id);
+    answer.u16(7);
+    answer.u32(0x00020000);
+    EXPECT_EQ(takeSent(), std::vector{hexText(answer.view())});
+    const auto& after = card().configuration;
+    EXPECT_EQ(after.accepted.size(), before.accepted.size());
+    EXPECT_EQ(after.paths.size(), before.paths.size());
+    EXPECT_EQ(after.domains.size(), before.domains.size());
+    EXPECT_EQ(after.isMarked(), before.isMarked());
+    EXPECT_TRUE(card().nvsCurrent && card().nvsAfterNextBoot);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, SettingRequests, testing::ValuesIn(kSettings),
                          [](const auto& setting) { return setting.param.name; });
+
+class PretendedActions : public ChassisFixture {
+protected:
+    PretendedActions() { buildWithOnus(1); }
+
+    void pretend(const std::string& request) {
+        chassis->receive(card(), kManager, bytesOf(request), Chassis::Effect::pretended);
+        advance(settings.latency);
+    }
+};
+
+TEST_F(PretendedActions, ResetNoCardAndNoOnu) {
+    pretend("0006 0001 0000");
+    pretend("0053 0002 0006" + kLink);
+    EXPECT_EQ(takeSent(), (std::vector<std::string>{"0006000100020000", "0053000200020000"}));
+    EXPECT_FALSE(card().resetting);
+    EXPECT_TRUE(onu(0, 0).discovered);
+}
+
+TEST_F(PretendedActions, DisableNoCard) {
+    pretend("0009 0001 0000");
+    EXPECT_TRUE(card().configuration.enabled);
+}
+
+TEST(Requests, ThatOnlyAskAreNoSettings) {
+    for (const int id : {7, 68, 118, 301, 312, 363, 377, 381, 388, 399, 435, 585, 4095}) {
+        EXPECT_FALSE(isSetting(static_cast<std::uint16_t>(id))) << id;
+    }
+    for (const int id : {6, 8, 9, 83}) {
+        EXPECT_TRUE(isSetting(static_cast<std::uint16_t>(id))) << id;
+    }
+}
 
 class KeptPayloads : public ChassisFixture {};
 

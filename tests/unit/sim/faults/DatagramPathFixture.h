@@ -72,20 +72,24 @@ protected:
     FaultTable faults{seed, timers};
     Journal journal{100, timers};
     std::vector<std::string> arrived;
+    /// Of each that has arrived.
+    std::vector<bool> pretendedOf;
     std::vector<std::string> departed;
     std::vector<Endpoint> departedFrom;
     std::string_view cardDrops;
     bool systemSends = true;
-    DatagramPath path{timers, faults, journal,
-                      [this](int, Endpoint, std::span<const std::uint8_t> datagram) {
-                          arrived.push_back(hexText(datagram));
-                          return cardDrops;
-                      },
-                      [this](Endpoint local, Endpoint, std::span<const std::uint8_t> datagram) {
-                          departed.push_back(hexText(datagram));
-                          departedFrom.push_back(local);
-                          return systemSends;
-                      }};
+    DatagramPath path{
+        timers, faults, journal,
+        [this](int, Endpoint, std::span<const std::uint8_t> datagram, bool pretended) {
+            pretendedOf.push_back(pretended);
+            arrived.push_back(hexText(datagram));
+            return cardDrops;
+        },
+        [this](Endpoint local, Endpoint, std::span<const std::uint8_t> datagram) {
+            departed.push_back(hexText(datagram));
+            departedFrom.push_back(local);
+            return systemSends;
+        }};
 };
 
 }  // namespace ponmgr::sim

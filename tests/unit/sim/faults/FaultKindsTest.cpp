@@ -207,6 +207,32 @@ TEST_F(FaultKindsTest, MutesAnswersAndNoEvents) {
     EXPECT_THAT(departed, ElementsAre(kEvent));
 }
 
+TEST_F(FaultKindsTest, HasTheCardPretendWhatSetsSomethingAndNothingElse) {
+    const std::string setNvs = "012e0008000100";
+    const auto& fault = add("pretend");
+    receive(setNvs);
+    receive(kRequest);
+    receive("0fff00090000");
+    receive("00");
+    send(kAnswer);
+    EXPECT_THAT(arrived, ElementsAre(setNvs, kRequest, "0fff00090000", "00"));
+    EXPECT_THAT(pretendedOf, ElementsAre(true, false, false, false));
+    EXPECT_THAT(departed, ElementsAre(kAnswer));
+    EXPECT_EQ(fault.hits(), 1U);
+    EXPECT_THAT(journal.find(1)->faults, ElementsAre(1));
+    EXPECT_EQ(journal.find(1)->dropped, "");
+}
+
+TEST_F(FaultKindsTest, HasEachCopyOfADelayedRequestPretended) {
+    add("pretend");
+    add("delay", {{"direction", "in"}, {"time", "30ms"}});
+    add("duplicate", {{"direction", "in"}});
+    receive("000800020000");
+    EXPECT_THAT(arrived, IsEmpty());
+    advance(30ms);
+    EXPECT_THAT(pretendedOf, ElementsAre(true, true));
+}
+
 TEST_F(FaultKindsTest, SendsFromAnotherPort) {
     add("wrong-port", {{"count", "1"}});
     add("wrong-port", {{"port", "9"}, {"count", "2"}});

@@ -31,6 +31,14 @@ TEST(FaultOptions, HaveTheirDefaults) {
     EXPECT_EQ(fault.probability, 1);
 }
 
+TEST(FaultOptions, HaveAFaultOfRequestsHitThoseThatComeIn) {
+    for (const FaultTexts& texts : {FaultTexts{}, FaultTexts{{"direction", "in"}}}) {
+        const auto fault = parseFault("pretend", texts);
+        EXPECT_TRUE(fault.toCard);
+        EXPECT_FALSE(fault.fromCard);
+    }
+}
+
 TEST(FaultOptions, OfAllKindsAreUnderstood) {
     const auto fault = parseFault("drop", {{"card", "3"},
                                            {"request", "get olt information"},
@@ -106,7 +114,8 @@ const Mistake kMistakes[] = {
      "fly",
      {},
      "unknown kind of fault 'fly'; there are: drop, delay, duplicate, reorder, truncate, flip-bit, "
-     "wrong-ctag, wrong-id, wrong-length, result, late, mute, event-burst, wrong-port, garbage"},
+     "wrong-ctag, wrong-id, wrong-length, result, late, mute, event-burst, wrong-port, garbage, "
+     "pretend"},
     {"OptionOfAnotherKind",
      "drop",
      {{"bit", "3"}},
@@ -137,6 +146,10 @@ const Mistake kMistakes[] = {
      "mute",
      {{"direction", "in"}},
      "--direction: 'in' can't be used with mute; allowed: out"},
+    {"DirectionOfSettings",
+     "pretend",
+     {{"direction", "out"}},
+     "--direction: 'out' can't be used with pretend; allowed: in"},
     {"LateRequests",
      "late",
      {{"direction", "all"}},

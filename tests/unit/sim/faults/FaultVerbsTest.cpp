@@ -148,7 +148,7 @@ TEST_F(FaultVerbsTest, RemoveEndsOneFaultOrAll) {
 
 TEST_F(FaultVerbsTest, KindsSaysWhatThereIsWithItsOptions) {
     const auto rows = request(R"({"verb":"fault","action":"kinds"})").at("kinds");
-    EXPECT_EQ(rows.size(), 15U);
+    EXPECT_EQ(rows.size(), 16U);
     EXPECT_EQ(rows[1].dump(),
               R"({"kind":"delay","effect":"goes on after --time","options":["card",)"
               R"("request","direction","start","for","count","probability",)"
