@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <ctime>
 #include <thread>
@@ -59,6 +60,47 @@ TEST_F(SocketHelperRealSeconds, DatagramsKeepTheirOrder) {
     card.sendTo(kSource, bytes(kFrame));
     ASSERT_TRUE(receiver.waitForDatagrams(3));
     EXPECT_EQ(receiver.getDatagrams(), (Datagrams{kFrame, kOtherFrame, kFrame}));
+}
+
+/// Keeps the receive thread from receiving until it is let go.
+class HoldingReceiver : public DatagramReceiver {
+public:
+    explicit HoldingReceiver(SocketHelper& shared) : transport(shared) {
+        transport.registerUDPSocket(this);
+    }
+    HoldingReceiver(const HoldingReceiver&) = delete;
+    HoldingReceiver& operator=(const HoldingReceiver&) = delete;
+    ~HoldingReceiver() override {
+        letGo = true;
+        transport.unregisterUDPSocket(this);
+    }
+
+    bool hasClientIpAddress(const sockaddr_in& /*sender*/) const override {
+        holds = true;
+        waitFor([this] { return letGo.load(); });
+        return false;
+    }
+    bool processRxQueue(std::unique_ptr<TKMessage>& /*message*/) override { return false; }
+
+    mutable std::atomic<bool> holds = false;
+    std::atomic<bool> letGo = false;
+
+private:
+    SocketHelper& transport;
+};
+
+TEST_F(SocketHelperRealSeconds, DatagramsOfAStormWaitWhileTheThreadIsBusy) {
+    constexpr std::size_t kStorm = 400;
+    const CardSocket card(kCard);
+    HoldingReceiver busy(*helper);
+    const CollectingReceiver receiver(*helper, kCard);
+    card.sendTo(kSource, bytes(kFrame));
+    ASSERT_TRUE(waitFor([&] { return busy.holds.load(); }));
+    for (std::size_t sent = 0; sent < kStorm; sent++) {
+        card.sendTo(kSource, bytes(kFrame));
+    }
+    busy.letGo = true;
+    EXPECT_TRUE(receiver.waitForDatagrams(1 + kStorm));
 }
 
 TEST_F(SocketHelperRealSeconds, EveryMatchingReceiverHasACopyOfItsOwn) {
