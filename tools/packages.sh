@@ -19,6 +19,9 @@ test_packages=(
     shellcheck iproute2 procps binutils
 )
 
+soak_packages=(python3 python3-pytest iproute2)
+all_packages=(valgrind libc6-dbg) # for ./test --all
+
 is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
