@@ -1,0 +1,74 @@
+"""Every kind of fault between the daemon and its cards, and every two of them: when it is over, the
+inventory is right within the time that is promised, commands were not lost, and the slot without faults
+was never kept waiting."""
+
+import itertools
+import random
+import re
+
+import pytest
+
+from conftest import ROOT
+from support import recovery
+from support.product import control
+from support.wire_faults import KINDS, Round
+
+FAULTY, CLEAN = tuple(range(1, 8)), 8
+OPTIONS = ("--onus", "2", "--configured", "--onu-reset-time", "1s", "--journal", "200000")
+ALL = list(KINDS)
+PAIRS = list(itertools.combinations(ALL, 2))
+ROUNDS = [PAIRS[i:i + len(FAULTY)] for i in range(0, len(PAIRS), len(FAULTY))]
+# All kinds, two or three at a slot.
+SHUFFLED = random.Random(11).sample(ALL, len(ALL))
+HANDFUL = [tuple(SHUFFLED[slot::len(FAULTY)]) for slot in range(len(FAULTY))]
+
+
+def test_the_times_are_those_of_the_documents():
+    text = (ROOT / "docs" / "operations.md").read_text()
+    section = text.split("## How long recovery takes")[1].split("### ")[0]
+    rows = re.findall(r"^\| (.+) \| (\d+) s \|$", section, re.M)
+    assert {words: int(limit) for words, limit in rows} == recovery.STATED
+    assert len(rows) == len(recovery.STATED)
+    for words in (f"lasts {recovery.TRY} s", "there are three", f"up to {recovery.PASS} s",
+                  f"start within {recovery.RESET} s"):
+        assert words in " ".join(section.split())
+    assert recovery.TRIES == 3
+
+
+def by_slot(kinds):
+    return dict(zip(FAULTY, kinds))
+
+
+def play(chassis, kinds, duration):
+    _, _, daemon = chassis("1-8", *OPTIONS)
+    played = Round(daemon, by_slot(kinds), CLEAN)
+    played.prepare()
+    played.play(duration)
+    played.recover()
+    played.check_the_clean_card()
+
+
+SINGLE = [[(kind,) for kind in ALL[third::3]] for third in range(3)]
+
+
+def test_after_every_kind_of_fault_among_others_all_is_right_in_time(chassis):
+    play(chassis, HANDFUL, 6)
+    assert sorted(ALL) == sorted(row["kind"] for row in control("fault", "kinds")["kinds"])
+
+
+@pytest.mark.long
+@pytest.mark.parametrize("kinds", SINGLE)
+def test_after_each_fault_all_is_right_in_time(chassis, kinds):
+    play(chassis, kinds, 6)
+
+
+@pytest.mark.long
+@pytest.mark.parametrize("kinds", SINGLE)
+def test_after_each_fault_that_outlasts_an_exchange_all_is_right_in_time(chassis, kinds):
+    play(chassis, kinds, 25)
+
+
+@pytest.mark.long
+@pytest.mark.parametrize("kinds", ROUNDS)
+def test_after_every_pair_of_faults_all_is_right_in_time(chassis, kinds):
+    play(chassis, kinds, 6)
