@@ -58,6 +58,8 @@ void Server::start() {
     store.start();
     sender.start();
     if (asks) {
+        // It says nothing of a card that has gone meanwhile and that it has told of already.
+        state.inventory.setAllCardsOffline();
         output.note(EventKind::command, "a daemon runs already; it is to report everything anew");
         dispatch.sendPatiently(addressMessages(state.slots.configuration()));
     }

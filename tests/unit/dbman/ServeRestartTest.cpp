@@ -140,6 +140,26 @@ TEST(ServeRestart, ADaemonThatStartsAgainPutsEverythingRight) {
     EXPECT_THAT(ask(R"({"command":"alarm list","active":true})"), HasSubstr("LOS"));
 }
 
+TEST(ServeRestart, BesideARunningDaemonACardIsOffLineUntilItIsReported) {
+    {
+        const RunningServer running;
+        reportAll(running);
+    }
+    const FakeDaemon daemon;
+    auto options = RunningServer::options();
+    options.announces = true;
+    test::CapturedOutput output;
+    Server server(options, output.stream());
+    server.start();
+    ASSERT_EQ(daemon.waitForCommands(4).size(), 4U);
+    EXPECT_THAT(ask(R"({"command":"card list"})"),
+                testing::AllOf(HasSubstr(R"("state":"off-line")"),
+                               testing::Not(HasSubstr(R"("state":"on-line")"))));
+    notify(notification("/olt/new", R"({"slot_id":"3","online_status":"1","mac_address":"m"})"));
+    ASSERT_TRUE(ponmgr::test::waitFor([&] { return output.contains("/olt/new slot 3 on-line"); }));
+    EXPECT_THAT(ask(R"({"command":"card list"})"), HasSubstr(R"("state":"on-line")"));
+}
+
 TEST(Serve, RefusesADatabaseThatIsNone) {
     std::ofstream("/tmp/dbman.db") << std::string(4096, 'x');
     const auto outcome = test::runProgram({"serve", "--database", "/tmp/dbman.db"});
