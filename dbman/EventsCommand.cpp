@@ -1,13 +1,11 @@
-#include <optional>
-
 #include "dbman/AskCommand.h"
 #include "dbman/Columns.h"
 #include "dbman/CommandActions.h"
 #include "dbman/CommandRequest.h"
-#include "dbman/Errors.h"
 #include "dbman/Given.h"
 #include "dbman/Interruption.h"
 #include "dbman/Surroundings.h"
+#include "dbman/UntilInterrupted.h"
 
 namespace ponmgr::dbman {
 
@@ -55,13 +53,8 @@ void showEvents(const Command& command, const Given& given, const Surroundings& 
         EventReader(command, given, surroundings).show();
         return;
     }
-    std::optional<Interruption> own;
-    Surroundings interruptible = surroundings;
-    if (interruptible.interruption == nullptr) {
-        interruptible.interruption = &own.emplace();
-    }
-    EventReader reader(command, given, interruptible);
-    try {
+    runUntilInterrupted(surroundings, [&](const Surroundings& interruptible) {
+        EventReader reader(command, given, interruptible);
         reader.show();
         while (reader.canGoOn()) {
             const auto arrived = interruptible.interruption->wait(surroundings.followInterval);
@@ -70,9 +63,7 @@ void showEvents(const Command& command, const Given& given, const Surroundings& 
             }
             reader.show();
         }
-    } catch (const Cancelled&) {
-        // Ctrl-C is how it ends.
-    }
+    });
 }
 
 }  // namespace ponmgr::dbman

@@ -1,5 +1,4 @@
 #include <chrono>
-#include <optional>
 
 #include "dbman/Arguments.h"
 #include "dbman/AskCommand.h"
@@ -11,6 +10,7 @@
 #include "dbman/PictureTerminal.h"
 #include "dbman/Surroundings.h"
 #include "dbman/Text.h"
+#include "dbman/UntilInterrupted.h"
 #include "dbman/WatchPicture.h"
 
 namespace ponmgr::dbman {
@@ -101,16 +101,9 @@ void watchCards(const Command&, const Given& given, const Surroundings& surround
         showOnce(path, surroundings);
         return;
     }
-    std::optional<Interruption> own;
-    Surroundings interruptible = surroundings;
-    if (interruptible.interruption == nullptr) {
-        interruptible.interruption = &own.emplace();
-    }
-    try {
+    runUntilInterrupted(surroundings, [&](const Surroundings& interruptible) {
         showAlways(path, interval, interruptible);
-    } catch (const Cancelled&) {
-        // Ctrl-C is how it ends.
-    }
+    });
 }
 
 }  // namespace ponmgr::dbman
