@@ -61,12 +61,6 @@ ControlCommand onuListCommand(const Words& words) {
     return {request, printOnus};
 }
 
-struct AlarmWord {
-    const char* name;
-};
-
-constexpr AlarmWord kAlarmWords[] = {{"raise"}, {"clear"}};
-
 }  // namespace
 
 void requireCount(const Words& words, std::size_t count, const std::string& usage) {
@@ -111,7 +105,7 @@ ControlCommand alarmCommand(const ControlOptions& options) {
     requireCount(words, 4, "alarm TARGET NAME raise|clear");
     parseAlarmSubject("alarm", words[1]);
     parseAlarm("alarm", words[2]);
-    entryNamed<UsageError>(kAlarmWords, words[3], "state");
+    entryNamed<UsageError>(kAlarmStates, words[3], "state");
     return {{{"verb", "alarm"}, {"target", words[1]}, {"alarm", words[2]}, {"state", words[3]}},
             printAlarm};
 }

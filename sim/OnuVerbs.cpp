@@ -134,13 +134,6 @@ struct FibreState {
 
 constexpr FibreState kFibreStates[] = {{"cut", false}, {"restored", true}};
 
-struct AlarmState {
-    const char* name;
-    bool raised;
-};
-
-constexpr AlarmState kAlarmStates[] = {{"raise", true}, {"clear", false}};
-
 void addRows(const Card& card, const OnuSelection& wanted, Json& rows) {
     for (const auto& onu : card.onus) {
         if (!wanted.port || onu.port == *wanted.port) {

@@ -147,13 +147,16 @@ bool DatagramPath::forward(Parcel parcel, const Treatment& treatment) {
         return go(std::move(parcel));
     }
     const std::size_t count = std::size_t{1} + parcel.copies;
-    if (delayedCount + count > kMostWaiting) {
+    const std::size_t size = parcel.size();
+    if (delayedCount + count > kMostWaiting || delayedBytes + size > kMostWaitingBytes) {
         dropOneTooMany(parcel);
         return true;
     }
     delayedCount += count;
-    timers.after(treatment.delay, [this, go, count, delayed = std::move(parcel)]() mutable {
+    delayedBytes += size;
+    timers.after(treatment.delay, [this, go, count, size, delayed = std::move(parcel)]() mutable {
         delayedCount -= count;
+        delayedBytes -= size;
         go(std::move(delayed));
     });
     return true;

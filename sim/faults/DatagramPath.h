@@ -33,6 +33,8 @@ public:
 
     /// The most that faults may delay at a time, copies included; what comes on top is dropped.
     static constexpr std::size_t kMostWaiting = 20'000;
+    /// The most bytes that these may have; copies of one datagram share theirs.
+    static constexpr std::size_t kMostWaitingBytes = std::size_t{16} * 1024 * 1024;
 
     /// All three must outlive it; the timer queue runs nothing after its end.
     DatagramPath(TimerQueue& timers, FaultTable& faults, Journal& journal, Arrive arrive,
@@ -70,6 +72,8 @@ private:
         /// In the journal, of one to the card.
         std::uint64_t number = 0;
         bool pretended = false;
+
+        std::size_t size() const { return bytes.size() + (original ? original->size() : 0); }
     };
 
     struct Held {
@@ -102,6 +106,7 @@ private:
     std::list<Held> held;
     /// Those whose delay isn't over, copies included.
     std::size_t delayedCount = 0;
+    std::size_t delayedBytes = 0;
     /// The fault on whose behalf cards send; 0 when there is none.
     std::uint32_t origin = 0;
 };

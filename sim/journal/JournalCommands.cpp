@@ -88,6 +88,7 @@ Finished showLast(const ControlCommand& command, const ControlOptions& options) 
     ControlClient client(options.controlPath);
     auto request = command.request;
     auto entries = Json::array();
+    Json newest;
     const auto wanted = request.value("last", std::size_t{kUsualJournalEntries});
     while (true) {
         request["last"] = wanted - entries.size();
@@ -100,11 +101,13 @@ Finished showLast(const ControlCommand& command, const ControlOptions& options) 
             entries.push_back(entry);
         }
         request["after"] = reply.at("seen");
-        if (reply.at("entries").size() < kJournalPage || entries.size() >= wanted) {
+        newest = reply.at("newest");
+        if (reply.at("seen") == reply.at("newest") || entries.size() >= wanted) {
             break;
         }
     }
-    const Json all{{"entries", std::move(entries)}, {"seen", request["after"]}};
+    const Json all{
+        {"entries", std::move(entries)}, {"seen", request["after"]}, {"newest", std::move(newest)}};
     return {kExitOk, options.json ? all.dump() + '\n' : command.print(all), ""};
 }
 

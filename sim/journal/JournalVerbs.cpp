@@ -53,16 +53,23 @@ std::uint64_t beginOfNewest(const Journal& journal, const Selection& wanted) {
     return number;
 }
 
+std::size_t hexDigitsOf(const JournalEntry& entry) {
+    return 2 * (entry.bytes.size() + (entry.cardBytes ? entry.cardBytes->size() : 0));
+}
+
 /// Returns the number of the last entry that was looked at.
 std::uint64_t addFollowing(const Journal& journal, const Selection& wanted, std::uint64_t after,
                            Json& rows) {
     const auto most = std::min(wanted.most, kJournalPage);
     auto seen = std::min(after, journal.lastNumber());
     auto number = std::max(seen + 1, journal.firstNumber());
-    for (; number <= journal.lastNumber() && rows.size() < most; ++number) {
+    std::size_t digits = 0;
+    for (; number <= journal.lastNumber() && rows.size() < most && digits < kJournalPageDigits;
+         ++number) {
         const auto& entry = *journal.find(number);
         if (wanted.holds(entry)) {
             rows.push_back(journalRow(entry));
+            digits += hexDigitsOf(entry);
         }
         seen = number;
     }
@@ -76,7 +83,7 @@ Json readJournal(const Journal& journal, Chassis& chassis, const Json& request) 
     auto rows = Json::array();
     const auto after = wanted.after ? *wanted.after : beginOfNewest(journal, wanted);
     const auto seen = addFollowing(journal, wanted, after, rows);
-    return {{"entries", rows}, {"seen", seen}};
+    return {{"entries", rows}, {"seen", seen}, {"newest", journal.lastNumber()}};
 }
 
 }  // namespace ponmgr::sim

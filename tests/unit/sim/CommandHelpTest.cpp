@@ -6,9 +6,9 @@
 #include <iterator>
 #include <sstream>
 
+#include "MistakenWords.h"
 #include "sim/CommandHelp.h"
 #include "sim/CommandOptions.h"
-#include "sim/CompletionScript.h"
 #include "sim/ControlCommand.h"
 #include "sim/OptionValues.h"
 #include "sim/ScenarioLine.h"
@@ -22,23 +22,6 @@ using testing::HasSubstr;
 std::string helpOf(const std::vector<std::string>& arguments) {
     const auto line = parseCommandLine(arguments);
     return std::get<Finished>(line).output;
-}
-
-/// What a mistaken word is answered with behind "there are: ".
-std::vector<std::string> wordsThere(const Words& mistaken) {
-    std::string text;
-    try {
-        controlCommand({mistaken, "", {}, false});
-    } catch (const UsageError& error) {
-        text = error.what();
-    }
-    std::vector<std::string> words;
-    std::istringstream rest(text.substr(text.find("there are: ") + 11));
-    for (std::string word; rest >> word;) {
-        std::erase(word, ',');
-        words.push_back(word);
-    }
-    return words;
 }
 
 TEST(CommandHelp, ShowsEveryCommandWithAnExample) {
@@ -144,33 +127,6 @@ TEST(ManualPage, ShowsEveryCommand) {
                                                      "[^\n]*[ |]" + action + "( |\\||\n)"));
         }
     }
-}
-
-TEST(CompletionScript, KnowsEveryCommandActionAndOption) {
-    const std::string script(completionScript());
-    for (const auto& kind : {Words{"fly"}, Words{"card", "1", "fly"}, Words{"onu", "1/0/0", "fly"},
-                             Words{"fault", "fly"}, Words{"fault", "add", "fly"}}) {
-        for (const auto& word : wordsThere(kind)) {
-            EXPECT_THAT(script, HasSubstr(word));
-        }
-    }
-    for (const auto& option : commandOptions()) {
-        EXPECT_THAT(script, HasSubstr(std::string("--") + option.name));
-    }
-    std::istringstream help(helpOf({"--help"}));
-    for (std::string word; help >> word;) {
-        if (word.starts_with("--")) {
-            std::erase(word, ',');
-            EXPECT_THAT(script, HasSubstr(word));
-        }
-    }
-}
-
-TEST(CompletionScript, IsPrintedForBashAlone) {
-    EXPECT_EQ(helpOf({"completion", "bash"}), completionScript());
-    const auto line = parseCommandLine({"completion", "fish"});
-    EXPECT_EQ(std::get<Finished>(line).status, 2);
-    EXPECT_THAT(std::get<Finished>(line).errorOutput, HasSubstr("allowed: bash"));
 }
 
 }  // namespace

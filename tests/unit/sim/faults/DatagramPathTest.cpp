@@ -89,6 +89,25 @@ TEST_F(DatagramPathTest, DropsWhatIsDelayedBeyondTheMostThatMayWait) {
     EXPECT_EQ(departed.size(), 1U);
 }
 
+TEST_F(DatagramPathTest, DropsWhatIsDelayedBeyondTheBytesThatMayWait) {
+    add("delay", {{"time", "10ms"}});
+    const std::size_t size = 60'000;
+    const auto fitting = DatagramPath::kMostWaitingBytes / size;
+    const auto longOne = kAnswer + std::string(2 * (size - kAnswer.size() / 2), '0');
+    for (std::size_t i = 0; i < fitting; ++i) {
+        send(longOne);
+    }
+    EXPECT_EQ(journal.lastNumber(), 0U);
+    send(longOne);
+    EXPECT_EQ(newest().dropped, "too many wait");
+    advance(10ms);
+    EXPECT_EQ(departed.size(), fitting);
+    departed.clear();
+    send(longOne);
+    advance(10ms);
+    EXPECT_EQ(departed.size(), 1U);
+}
+
 TEST_F(DatagramPathTest, CountsCopiesAmongThoseThatWait) {
     add("delay", {{"time", "10ms"}});
     add("duplicate", {{"copies", "99"}});

@@ -122,6 +122,22 @@ TEST(JournalCommand, AsksForPageAfterPage) {
               800U);
 }
 
+TEST(JournalCommand, AsksForPagesThatTheirBytesHaveEnded) {
+    const RunningSimulator running;
+    const Manager manager;
+    for (int i = 0; i < 100; ++i) {
+        manager.send("127.0.1.1", std::string(2 * 3000, '8'));
+        if (i % 10 == 9) {
+            manager.send("127.0.1.1", "0008 0001 0000");
+            ASSERT_EQ(manager.receive(), "0008000100020000");
+        }
+    }
+    const auto reply = Json::parse(run({"journal", "--last", "120", "--json"}).output);
+    EXPECT_EQ(reply.at("entries").size(), 120U);
+    EXPECT_EQ(reply.at("seen"), 120);
+    EXPECT_EQ(reply.at("newest"), 120);
+}
+
 TEST(JournalCommand, SaysHowLongADatagramIsThatItShowsTheBeginningOf) {
     const RunningSimulator running;
     const Manager manager;
