@@ -1,7 +1,6 @@
 """Every test runs in a forked process with namespaces of its own (pytest --forked), so all of them can
 run side by side. The output of the product's processes is shown when a test fails."""
 
-import os
 import sys
 from pathlib import Path
 
@@ -14,11 +13,7 @@ from support import namespace  # noqa: E402
 from support.card import Card  # noqa: E402
 from support.peer import Peer  # noqa: E402
 from support.process import Process  # noqa: E402
-from support.product import chassis  # noqa: E402, F401
-
-PRESET = os.environ.get("PONMGR_PRESET", "release")
-BUILD = Path(os.environ.get("PONMGR_BUILD", ROOT / "build" / PRESET))
-BIN = BUILD / "bin"
+from support.product import BUILD, chassis, program  # noqa: E402, F401
 
 
 @pytest.fixture(autouse=True)
@@ -31,8 +26,8 @@ def processes():
     """Starts processes of the product; ends them, and shows their output, when the test ends."""
     started = []
 
-    def start(program, *arguments):
-        process = Process(program, [BIN / program, *arguments])
+    def start(name, *arguments):
+        process = Process(name, [program(name), *arguments])
         started.append(process)
         return process
 

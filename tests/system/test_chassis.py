@@ -1,22 +1,10 @@
 """The daemon with the simulated chassis: whole cards, at the size to build for."""
 
-import json
-import subprocess
-
 import pytest
 
-from conftest import BUILD, ROOT
 from support.process import Process
+from support.product import control, program
 from support.waiting import wait_for
-
-# The simulator has one thread and no build of its own for the thread sanitizer.
-SIMULATOR = BUILD / "bin" / "chassis-sim"
-if not SIMULATOR.exists():
-    SIMULATOR = ROOT / "build" / "release" / "bin" / "chassis-sim"
-
-
-def control(*words):
-    return subprocess.run([SIMULATOR, "ctl", *words], capture_output=True, text=True, check=True).stdout
 
 
 @pytest.fixture
@@ -25,7 +13,7 @@ def chassis(daemon, peer):
     started = []
 
     def start(*options, slots=range(1, 9)):
-        started.append(Process("chassis-sim", [SIMULATOR, *options]))
+        started.append(Process("chassis-sim", [program("chassis-sim"), *options]))
         started[0].wait_for_line("chassis-sim ready")
         for slot in slots:
             peer.address(slot)
@@ -70,7 +58,7 @@ def test_a_card_that_restarts_is_configured_again_with_all_its_onus(chassis, pee
             slots=[2])
     control("wait", "in-service", "--timeout", "60s")
     peer.command("/slot/reset", 2)
-    wait_for(lambda: not json.loads(control("list", "--json"))["cards"][0]["marker"])
+    wait_for(lambda: not control("list")["cards"][0]["marker"])
     control("wait", "in-service", "--timeout", "60s")
-    card, = json.loads(control("list", "--json"))["cards"]
+    card, = control("list")["cards"]
     assert card["onus_provisioned"] == 8

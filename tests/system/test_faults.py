@@ -6,28 +6,15 @@ Each test shows the fault in the simulator's journal, and what the daemon makes 
 import ipaddress
 import json
 import struct
-import subprocess
 from pathlib import Path
 
 import pytest
 
-from conftest import BUILD, ROOT
+from support.product import control
 from support.waiting import wait_for
-
-# The simulator has one thread and no build of its own for the thread sanitizer.
-SIMULATOR = BUILD / "bin" / "chassis-sim"
-if not SIMULATOR.exists():
-    SIMULATOR = ROOT / "build" / "release" / "bin" / "chassis-sim"
 
 SLOT = 3
 INFORMATION = "Get OLT Information"
-
-
-def control(*words):
-    """Asks the simulator; the reply, from JSON."""
-    done = subprocess.run([SIMULATOR, "ctl", *map(str, words), "--json"], capture_output=True,
-                          text=True, check=True)
-    return json.loads(done.stdout)
 
 
 def add(kind, *options):
@@ -56,7 +43,7 @@ def chassis(processes):
     """Starts a chassis with one card; the daemon learns its address later."""
 
     def start(*options):
-        process = processes(SIMULATOR, "--slots", SLOT, "--seed", "1", "--onus", "1", *options)
+        process = processes("chassis-sim", "--slots", SLOT, "--seed", "1", "--onus", "1", *options)
         process.wait_for_line("chassis-sim ready")
 
     return start
@@ -350,7 +337,7 @@ def test_the_same_seed_makes_the_same_garbage(chassis, processes, daemon, peer):
     first = add("garbage", "--stranger", "--rate", "1000", "--count", "10")
     frames = [hit["hex"] for hit in wait_for_hits(first, 10)]
     # what a second simulator with the same seed sends
-    processes(SIMULATOR, "--slots", SLOT, "--seed", "1", "--base", "127.0.7.0", "--control",
+    processes("chassis-sim", "--slots", SLOT, "--seed", "1", "--base", "127.0.7.0", "--control",
               "/tmp/second.ctl").wait_for_line("chassis-sim ready")
     peer.address(SLOT, ip=f"127.0.7.{SLOT}")
     second = ("--control", "/tmp/second.ctl")

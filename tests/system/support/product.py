@@ -18,13 +18,13 @@ SCENARIOS = ROOT / "sim" / "scenarios"
 
 
 def program(name):
-    """Programs that have no build of their own for a sanitizer are taken as released."""
+    """The tools around the daemon that have no build of their own for a sanitizer are taken as released."""
     built = BUILD / "bin" / name
-    return built if built.exists() else ROOT / "build" / "release" / "bin" / name
+    return built if name == "ponmgrd" or built.exists() else ROOT / "build" / "release" / "bin" / name
 
 
 def ask(name, *words):
-    done = subprocess.run([program(name), *words, "--json"], capture_output=True, text=True)
+    done = subprocess.run([program(name), *map(str, words), "--json"], capture_output=True, text=True)
     assert done.returncode == 0, done.stdout
     return json.loads(done.stdout)
 
