@@ -60,3 +60,11 @@ def card(daemon, peer):
         return inserted
 
     return insert
+
+
+@pytest.fixture
+def freed_memory(monkeypatch):
+    """Has the address sanitizer give freed memory back soon, so that what is in use can be measured."""
+    options = os.environ.get("ASAN_OPTIONS", "")
+    monkeypatch.setenv("ASAN_OPTIONS",
+                       f"{options}:quarantine_size_mb=4:thread_local_quarantine_size_kb=64")

@@ -18,9 +18,11 @@ SCENARIOS = ROOT / "sim" / "scenarios"
 
 
 def program(name):
-    """The tools around the daemon that have no build of their own for a sanitizer are taken as released."""
-    built = BUILD / "bin" / name
-    return built if name == "ponmgrd" or built.exists() else ROOT / "build" / "release" / "bin" / name
+    """The tools around the daemon are taken from another preset where this one doesn't build them:
+    as released, or under a sanitizer."""
+    folders = [BUILD] if name == "ponmgrd" else [BUILD, ROOT / "build/release", ROOT / "build/asan"]
+    built = [folder / "bin" / name for folder in folders]
+    return next((path for path in built if path.exists()), built[0])
 
 
 def ask(name, *words):
@@ -55,8 +57,17 @@ def truth():
     return cards, onus
 
 
-def wait_for_agreement(limit=30.0):
-    wait_for(lambda: inventory() == truth(), limit,
+def of_slots(told, slots):
+    """What of an inventory or of the truth concerns these slots; None stands for all."""
+    return tuple({row for row in rows if slots is None or row[0] in slots} for rows in told)
+
+
+def agree(slots=None):
+    return of_slots(inventory(), slots) == of_slots(truth(), slots)
+
+
+def wait_for_agreement(limit=30.0, slots=None):
+    wait_for(lambda: agree(slots), limit,
              lambda: f"the inventory {inventory()} is the truth {truth()}")
 
 
@@ -70,14 +81,17 @@ def chassis(processes, monkeypatch):
     started = []
     monkeypatch.setenv("XDG_STATE_HOME", "/tmp/state")
 
-    def start(slots, *options, agree=True):
+    def start(slots, *options, agree=True, manager=(), before=()):
+        """`options` are the simulator's, `manager` are dbman's; `before` are the words of a program that
+        starts the daemon."""
         simulator = Process("chassis-sim", [program("chassis-sim"), "--slots", slots, "--seed", "1",
                                             *options])
         started.append(simulator)
         simulator.wait_for_line("chassis-sim ready")
-        started.append(Process("dbman", [program("dbman"), "serve", "--slots", slots]))
+        started.append(Process("dbman", [program("dbman"), "serve", "--slots", slots,
+                                         *manager]))
         started[1].wait_for_line("dbman ready")
-        daemon = processes("ponmgrd")
+        daemon = processes(*before, program("ponmgrd"))
         if agree:
             wait_in_service()
             wait_for_agreement()

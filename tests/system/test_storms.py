@@ -1,0 +1,167 @@
+"""Storms on the wire: garbage, answers and events, more than any card sends.
+
+The card of slot 1 suffers them. Slot 2 is its good neighbour, and slot 3 the witness: a card of another
+make, which the daemon asks once a pass who it is, so that its requests show how the passes go.
+"""
+
+import json
+import sys
+from pathlib import Path
+
+import pytest
+
+from support import flood
+from support.alarms import counted_as_lost, reported
+from support.measures import Journal, dropped_at, periods, repeated, resident, resting_descriptors
+from support.process import Process
+from support.product import ask, control, wait_for_agreement
+from support.waiting import wait_for
+
+VICTIM, NEIGHBOUR, WITNESS = "1", "2", "3"
+SLOTS = ",".join((VICTIM, NEIGHBOUR, WITNESS))
+DAEMON = "127.0.0.1"
+CARD = f"127.0.1.{VICTIM}:14113"
+OTHER_PORT = f"127.0.1.{VICTIM}:14114"
+STRANGER = "127.0.9.9:14113"
+ONU = "00:0d:b6:01:00:01"  # 1/0/1
+
+RIGHT_AGAIN_AFTER = 30  # seconds until the inventory is the truth
+MORE_MEMORY = 64  # MiB
+# An answer that is lost costs its slot four seconds at least.
+LONGEST_PERIOD = 3.5
+
+
+class Storm:
+    """The three slots before a storm, and what is expected of them."""
+
+    def __init__(self, daemon):
+        self.daemon = daemon
+        self.memory = resident(daemon.pid)
+        self.descriptors = wait_for(lambda: resting_descriptors(daemon.pid), 60)
+        self.dropped_before = dropped_at(DAEMON)
+        self.journal = Journal()
+        self.vlan = 100
+
+    def dropped(self):
+        """What the kernel had no room for."""
+        return dropped_at(DAEMON) - self.dropped_before
+
+    def assert_a_command_arrives(self):
+        self.vlan += 1
+        ask("dbman", "onu", "vlan", ONU, str(self.vlan))
+        wait_for(lambda: control("onu", "1/0/1", "get")["vlan"] == self.vlan, 60,
+                 lambda: f"the ONU's VLAN is {self.vlan}; the daemon says:\n{self.daemon.output()}")
+
+    def assert_nobody_else_was_delayed(self):
+        """No request of the others had to be sent again, and the passes kept their second."""
+        for slot in (NEIGHBOUR, WITNESS):
+            assert repeated(self.journal.requests(slot)) == [], f"{self.dropped()} datagrams were dropped"
+        passes = periods(self.journal.requests(WITNESS))
+        assert len(passes) >= 3 and max(passes) < LONGEST_PERIOD, passes
+
+    def assert_all_is_as_before(self):
+        assert self.daemon.is_running()
+        wait_for_agreement(RIGHT_AGAIN_AFTER, {VICTIM, NEIGHBOUR})
+        self.assert_a_command_arrives()
+        wait_for(lambda: resting_descriptors(self.daemon.pid) == self.descriptors, 60,
+                 lambda: f"nothing else is open than {self.descriptors}")
+        wait_for(lambda: resident(self.daemon.pid) < self.memory + MORE_MEMORY, 30,
+                 lambda: f"{resident(self.daemon.pid)} MiB, after {self.memory} before the storm")
+
+
+@pytest.fixture
+def storm(chassis, freed_memory):
+    # An answer must not come while the daemon, on a busy machine, is about to wait for it.
+    _, _, daemon = chassis(SLOTS, "--onus", "2", "--configured", "--latency", "50ms", "--journal",
+                           "1000000")
+    journal = Journal()
+    control("card", WITNESS, "product-code", "3724")
+    ask("dbman", "slot", "announce", WITNESS)
+    wait_for(lambda: len(journal.requests(WITNESS)) > 3)
+    return Storm(daemon)
+
+
+def flooding(seconds, *options, sources):
+    words = [word for source in sources for word in ("--from", source)]
+    return Process("flood", [sys.executable, flood.__file__, "--to", f"{DAEMON}:14113", "--seconds",
+                             seconds, *words, *options])
+
+
+def result(sender):
+    """What a flood that has been started says of itself when it is over."""
+    assert sender.wait_for_end(150) == 0, sender.output()
+    told = json.loads(sender.texts()[-1])
+    print(f"flood: {told}")
+    return told
+
+
+# --- garbage ---
+
+@pytest.mark.parametrize("seconds, rate", [(10, 5000), pytest.param(60, 10000, marks=pytest.mark.long)])
+def test_ten_thousand_worthless_datagrams_a_second_delay_nobody(storm, seconds, rate):
+    """The rate that must be reached is a half where other tests run beside."""
+    of_card = flooding(seconds, "--rate", "4000", sources=(CARD,))
+    of_others = flooding(seconds, "--rate", "7000", "--frames", "all", sources=(OTHER_PORT, STRANGER))
+    storm.assert_a_command_arrives()
+    assert of_card.is_running() and of_others.is_running(), "it was carried out in the midst of them"
+    assert result(of_card)["rate"] + result(of_others)["rate"] > rate
+    assert storm.daemon.count("small size") == 0, "short ones were none of the card's"
+    storm.assert_nobody_else_was_delayed()
+    assert repeated(storm.journal.requests(VICTIM)) == []
+    storm.assert_all_is_as_before()
+
+
+def test_short_datagrams_of_a_card_stop_the_slots_no_longer_than_they_come(storm):
+    """Each one that finds the socket costs all slots a second."""
+    assert result(flooding(5, "--rate", "10000", "--frames", "short", sources=(CARD,)))["sent"] > 10000
+    assert 2 <= storm.daemon.count("]: Impossible to create TKMessage with small size") <= 12
+    after = Journal()
+    wait_for(lambda: len(after.requests(WITNESS)) >= 4, 30)
+    assert max(periods(after.requests(WITNESS)[1:])) < LONGEST_PERIOD
+    storm.assert_all_is_as_before()
+
+
+# --- answers ---
+
+def old_answers():
+    """What the card has answered so far, each with its tag, as a file for a flood."""
+    entries = control("journal", "--card", VICTIM, "--last", "1000")["entries"]
+    answers = [entry["hex"] for entry in entries if entry["direction"] == "out" and entry["id"] < 0x8000]
+    assert len(answers) > 20
+    Path("/tmp/answers").write_text("\n".join(answers))
+    return "/tmp/answers"
+
+
+def test_old_answers_and_answers_that_come_a_thousand_times_delay_nobody(storm):
+    again = flooding(10, "--rate", "2000", "--file", old_answers(), sources=(CARD,))
+    for copies in [100] * 9 + [99]:
+        control("fault", "add", "duplicate", "--copies", str(copies), "--card", VICTIM)
+    ask("dbman", "slot", "announce", VICTIM)
+    wait_for_agreement(60, {VICTIM, NEIGHBOUR})
+    storm.assert_a_command_arrives()
+    assert min(fault["hits"] for fault in control("fault", "list")["faults"]) > 20
+    result(again)
+    control("fault", "remove", "all")
+    storm.assert_nobody_else_was_delayed()
+    storm.assert_all_is_as_before()
+
+
+# --- events ---
+
+@pytest.mark.parametrize("seconds", [5, pytest.param(60, marks=pytest.mark.long)])
+def test_every_alarm_of_a_storm_is_reported_or_counted_as_lost(storm, seconds):
+    sent = 1000 * seconds
+    fault = control("fault", "add", "event-burst", "--card", VICTIM, "--rate", "1000", "--count",
+                    str(sent))["fault"]
+
+    def ended():
+        row = next(row for row in control("fault", "list")["faults"] if row["fault"] == fault)
+        return row["state"] == "ended" and row["hits"] == sent
+
+    wait_for(ended, seconds * 2 + 30)
+    wait_for(lambda: reported() + counted_as_lost(storm.daemon) + storm.dropped() == sent, 60,
+             lambda: f"{sent} were sent, {reported()} are reported, {counted_as_lost(storm.daemon)} are "
+                     f"counted in the log and {storm.dropped()} by the kernel")
+    print(f"{sent} alarms: {reported()} reported, {counted_as_lost(storm.daemon)} lost")
+    storm.assert_nobody_else_was_delayed()
+    storm.assert_all_is_as_before()
