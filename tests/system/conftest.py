@@ -1,6 +1,7 @@
 """Every test runs in a forked process with namespaces of its own (pytest --forked), so all of them can
 run side by side. The output of the product's processes is shown when a test fails."""
 
+import os
 import sys
 from pathlib import Path
 

@@ -112,8 +112,10 @@ def test_a_delayed_answer_is_waited_for(configured, daemon, peer):
 
 
 def test_answers_and_requests_that_come_twice_do_no_harm(factory, daemon, peer):
+    """Answers are told apart by their order: one that is repeated before the daemon has gone on can hide
+    another, until that is asked for again."""
     requests = add("duplicate", "--direction", "in", "--probability", "0.5")
-    answers = add("duplicate", "--copies", "2")
+    answers = add("duplicate", "--copies", "2", "--count", "30")
     peer.address(SLOT)
     wait_in_service()
     assert hits(requests) and len(hits(answers)) % 3 == 0

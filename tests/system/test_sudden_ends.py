@@ -172,13 +172,15 @@ def test_a_card_left_between_its_mark_and_its_enabling_waits_for_a_reset(chassis
     wait_for(lambda: request(verb="get", card=2)["marker"], 60)
     kill(daemon)
     moment = Moment()
-    assert moment.left_disabled() == ["2"]
+    left = moment.left_disabled()
+    assert "2" in left
     again = processes("ponmgrd")
-    wait_for(lambda: all_but(["2"]), 60)
+    wait_for(lambda: all_but(left), 60)
     wait_for_agreement(60)
     assert_undisturbed(moment)
     assert control("card", "2", "get")["state"] == "configured"
-    ask("dbman", "slot", "reset", "2")
+    for slot in left:
+        ask("dbman", "slot", "reset", slot)
     wait_in_service("60s")
     wait_for_agreement(60)
     assert control("card", "2", "get")["resets"] == moment.cards["2"]["resets"] + 1
