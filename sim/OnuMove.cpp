@@ -57,6 +57,12 @@ void leave(Card& card, const Onu& onu) {
     }
 }
 
+/// Numbers are used again. A link that was cleared must not be known again by what is provisioned
+/// for the next one with its number.
+void forgetClearedLinks(Card& card) {
+    std::erase_if(card.departed, [&](const Onu& onu) { return !isKnown(card.configuration, onu); });
+}
+
 }  // namespace
 
 bool hasRoomFor(const Card& card, const Onu& onu) {
@@ -65,6 +71,7 @@ bool hasRoomFor(const Card& card, const Onu& onu) {
 
 void handOver(Card& from, Onu& onu, Card& to, std::uint8_t port) {
     leave(from, onu);
+    forgetClearedLinks(to);
     assignNumber(onu, numberFor(to, onu));
     std::erase_if(to.departed, [&](const Onu& left) { return left.mac == onu.mac; });
     onu.slot = to.slot;

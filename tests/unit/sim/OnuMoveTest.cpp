@@ -77,6 +77,22 @@ TEST_F(OnuMove, LeavesAKnownLinkAtTheOldCardUntilItIsCleared) {
     EXPECT_EQ(resultOf(119, "000db6010001"), 3);
 }
 
+TEST_F(OnuMove, DoesNotMakeALinkKnownAgainThatWasClearedAndHadItsNumber) {
+    ASSERT_EQ(resultOf(385, "000db6010001"), 0);
+    ASSERT_TRUE(moveTo(2, 0));
+    ASSERT_EQ(resultOf(119, "000db6010001"), 0);
+    const auto next = chassis->findOnu({2, 0, 0});
+    ASSERT_TRUE(chassis->onuNetwork().move(*next.card, *next.onu, card(1), 0));
+    settle();
+    ASSERT_EQ(next.onu->queues.downstream, 0x4004);
+    ASSERT_EQ(resultOf(384,
+                       "4004 0000"
+                       "00000000 ffff ff ffff 000f4240 00c8 02 0010"),
+              0);
+    EXPECT_EQ(ask(118), hex("0076 0001 0008 0000 000db6020000"));
+    EXPECT_EQ(resultOf(119, "000db6010001"), 3);
+}
+
 TEST_F(OnuMove, OfALinkWithoutProvisioningLeavesNothing) {
     ASSERT_TRUE(moveTo(2, 0));
     EXPECT_EQ(ask(118), hex("0076 0001 0002 0000"));
