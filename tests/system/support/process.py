@@ -16,15 +16,22 @@ def _die_with_parent():
     ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
 
 
-class Process:
-    """Started by the constructor; its standard output and error are collected until it ends."""
+def _die_with_parent_alone():
+    os.setsid()
+    _die_with_parent()
 
-    def __init__(self, name, command):
+
+class Process:
+    """Started by the constructor; its standard output and error are collected until it ends, in `lines`
+    when the caller has something of a list for them. In a session of its own it hears no Ctrl-C."""
+
+    def __init__(self, name, command, lines=None, own_session=False):
         self.name = name
-        self.lines = []
+        self.lines = [] if lines is None else lines
         self.process = subprocess.Popen(
             [str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT, preexec_fn=_die_with_parent)
+            stderr=subprocess.STDOUT,
+            preexec_fn=_die_with_parent_alone if own_session else _die_with_parent)
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()
 

@@ -1,0 +1,116 @@
+"""Where troubles are played: what is in trouble now, and what has been played so far."""
+
+import time
+from collections import Counter, defaultdict
+
+from plant import Refused, ask
+from troubles import SLOTS, control
+
+
+# A card that didn't answer keeps the daemon waiting for so many seconds. The events of that time are taken
+# together then, and all of them are lost when a fault has spoilt one: none of those may be the last of an ONU.
+LONGEST_EXCHANGE = 16
+
+
+class Busy(Exception):
+    """All of a kind are in trouble already; another trouble is drawn."""
+
+
+class Stage:
+    """Plays random troubles on a plant and undoes each when its time is over."""
+
+    def __init__(self, plant, chance, troubles):
+        self.plant = plant
+        self.chance = chance
+        self.troubles = troubles
+        self.played = Counter()  # (group, name)
+        self.refused = Counter()  # the same, when the product or the simulator refused
+        self.onus = [(row["onu"], row["mac"]) for row in control("onu", "list")["onus"]]
+        self.under_way = []  # (end, undo, what it takes)
+        self.taking = []
+        self.forget()
+
+    def forget(self):
+        """Begins a new round: what has hit the slots so far counts no more."""
+        self.faults_at = defaultdict(set)
+        self.swapped = set()
+
+    # What a trouble takes; nothing else gets it until the trouble is undone.
+
+    def _take(self, name):
+        if any(name in taken for _, _, taken in self.under_way) or name in self.taking:
+            raise Busy
+        self.taking.append(name)
+
+    def take_slot(self):
+        slot = self.chance.choice(SLOTS)
+        self._take(("slot", slot))
+        return slot
+
+    def take_onu(self):
+        name, mac = self.any_onu()
+        self._take(("onu", name))
+        return name, mac
+
+    def take_programs(self):
+        """Only one of the programs is halted or down at a time."""
+        self._take("programs")
+
+    def any_onu(self):
+        return self.chance.choice(self.onus)
+
+    def command(self, *words):
+        """Has dbman do something, unless a program is halted or down."""
+        if any("programs" in taken for _, _, taken in self.under_way):
+            raise Busy
+        ask("dbman", *words)
+
+    # Playing.
+
+    def play_one(self):
+        """Begins one random trouble."""
+        trouble, = self.chance.choices(self.troubles, [one.weight for one in self.troubles])
+        self.taking = []
+        try:
+            undo = trouble.begin(self)
+        except Busy:
+            return
+        except Refused:
+            self.refused[trouble.group, trouble.name] += 1
+            return
+        self.played[trouble.group, trouble.name] += 1
+        if undo:
+            end = time.monotonic() + _between(self.chance, *trouble.seconds)
+            self.under_way.append((end, undo, self.taking))
+
+    def undo_due(self):
+        """Undoes the troubles whose time is over."""
+        now = time.monotonic()
+        self._undo([one for one in self.under_way if one[0] <= now])
+
+    def undo_all(self):
+        """Undoes all: first what holds up a program, then faults and what has happened to cards, as the rest
+        may need them."""
+        self._undo([one for one in self.under_way if _takes(one, "programs")])
+        control("fault", "remove", "all")
+        time.sleep(LONGEST_EXCHANGE)
+        for held in ("slot", "onu", None):
+            self._undo([one for one in self.under_way if held is None or _takes(one, held)])
+        assert not self.under_way, f"{len(self.under_way)} troubles can't be undone"
+
+    def _undo(self, ending):
+        for one in ending:
+            self.under_way.remove(one)
+            try:
+                one[1]()
+            except (Busy, Refused):
+                # What it needs is in trouble itself just now.
+                self.under_way.append((one[0] + 2, *one[1:]))
+
+
+def _takes(trouble, held):
+    return any(name == held or name[0] == held for name in trouble[2])
+
+
+def _between(chance, least, most):
+    return least if least == most else chance.uniform(least, most)
