@@ -1,23 +1,27 @@
 #pragma once
 
-#include <string>
+#include <string_view>
 
 #include "app/Exception.h"
 
 namespace ponmgr {
 
 // The daemon's log is its standard output, and these are all the forms of its lines. Each line is
-// composed whole and written once, so that lines of different threads never mix. Any thread.
+// written whole, so that lines of different threads never mix. None of them takes memory or throws:
+// what is caught because there is no memory is printed with them. Any thread.
 
 /// Makes standard output line-buffered, so that a pipe or the journal sees each line at once. Once,
 /// before anything is written.
 void startLog();
 
 /// text and a line end
-void printLine(const std::string& text);
+void printLine(std::string_view text);
+
+/// beginning, text and a line end
+void printLine(std::string_view beginning, std::string_view text);
 
 /// text without a line end, flushed
-void printUnended(const std::string& text);
+void printUnended(std::string_view text);
 
 /// "Unknown Error at " + operation: for what is caught and is no Exception
 void printUnknownError(const char* operation);
@@ -29,10 +33,10 @@ void printException(const char* function, int line, const Exception& exception);
 void printUnexpectedException(const char* function, int line);
 
 /// function[line]-Error: text
-void printReceiveError(const char* function, int line, const std::string& text);
+void printReceiveError(const char* function, int line, std::string_view text);
 
 /// Fatal Error - function[line]: text, flushed: the process ends right after it
-void printFatalError(const char* function, int line, const std::string& text);
+void printFatalError(const char* function, int line, std::string_view text);
 
 /// Runs `body`. An Exception is printed by its what(), anything else as "Unknown Error at " +
 /// operation; neither goes further. Returns whether the body ended by itself.

@@ -1,6 +1,8 @@
 // ponmgrd: the daemon that manages the PON cards of the chassis. It reads no arguments, no file and
 // no environment; the database manager tells it where the cards are.
 
+#include <malloc.h>
+
 #include <csignal>
 
 #include "app/LogLine.h"
@@ -9,6 +11,9 @@
 #include "ipc/IPCWorker.h"
 
 int main() {
+    // One heap for all threads, which seldom meet in it. With one a thread, the usual way, each of
+    // them takes 64 MiB of address space, and where that is limited every allocation takes a page.
+    mallopt(M_ARENA_MAX, 1);
     ponmgr::startLog();
     // A reader of the log or of a notification that went away must not end the daemon. A handler,
     // because "ignored" would be inherited by the probes' shells.

@@ -83,7 +83,7 @@ void PONCardTask::waitFinish() {
 
 void PONCardTask::mainLoop() {
     for (;;) {
-        runMainPass();
+        printFailures(__func__, [this] { runMainPass(); });
         std::this_thread::sleep_for(timing.passPause);
     }
 }
@@ -230,7 +230,7 @@ void PONCardTask::recheckWhenDue() {
 
 void PONCardTask::taskLoop() {
     for (;;) {
-        runTaskPass();
+        printFailures(__func__, [this] { runTaskPass(); });
     }
 }
 
@@ -306,7 +306,7 @@ void PONCardTask::pingLoop() {
     // The slots begin one after the other, so that not all of them ping at once.
     std::this_thread::sleep_for(std::stoi(slotId) * timing.probeStagger);
     for (;;) {
-        runPingPass();
+        printFailures(__func__, [this] { runPingPass(); });
         std::this_thread::sleep_for(timing.probePause);
     }
 }

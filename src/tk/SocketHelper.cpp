@@ -135,7 +135,7 @@ void SocketHelper::processRxQueue() {
             done = true;
             receiveUntilFailure();
         } catch (const Exception& exception) {
-            printLine(std::string("Exception: ") + exception.what());
+            printLine("Exception: ", exception.what());
         } catch (...) {
             printLine("Unknow Exception on SocketHelper::processRxQueue");
         }

@@ -11,6 +11,7 @@
 
 #include "RecordedOutput.h"
 #include "app/LogLine.h"
+#include "unit/tk/FailingAllocation.h"
 
 using testing::ElementsAre;
 using testing::Pair;
@@ -49,6 +50,26 @@ TEST(LogLineTest, UnendedTextIsWrittenAtOnceToAStartedLogToo) {
 
 TEST(LogLineTest, AnUnknownErrorNamesTheOperation) {
     EXPECT_EQ(textOf([] { printUnknownError("setcJsonData"); }), "Unknown Error at setcJsonData\n");
+}
+
+TEST(LogLineTest, WithoutMemoryTheLinesAreTheSame) {
+    const Exception exception("a text that is too long for a short string", "function", 7);
+    EXPECT_EQ(textOf([&] {
+                  const FailingAllocation noMemory(FailingAllocation::Kind::Throwing);
+                  printLine(exception.what());
+                  printLine("Exception: ", exception.what());
+                  printUnknownError("doGetAllOnuInformation");
+                  printException("threadNotifyWorker", 98, exception);
+                  printUnexpectedException("threadNotifyWorker", 100);
+                  printReceiveError("threadWorker", 129, "no memory for a message");
+              }),
+              "function[7]: a text that is too long for a short string\n"
+              "Exception: function[7]: a text that is too long for a short string\n"
+              "Unknown Error at doGetAllOnuInformation\n"
+              "threadNotifyWorker[98]: Exception: function[7]: a text that is too long for a short "
+              "string\n"
+              "threadNotifyWorker[100]: Unexpected exception\n"
+              "threadWorker[129]-Error: no memory for a message\n");
 }
 
 TEST(LogLineTest, AnExceptionIsPrintedByItsWhat) {
