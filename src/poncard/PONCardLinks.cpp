@@ -1,6 +1,8 @@
 // The ONU links of the card: found, provisioned once, reported, and dropped.
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 
@@ -38,13 +40,23 @@ struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
 };
 
-/// Opens the dump file, emptied; null when that isn't possible. A symbolic link is not followed: in
-/// /tmp anybody may have made one, to have another file emptied.
+/// Opens the dump file, emptied; null when that isn't possible. In /tmp anybody may have put
+/// something else in its place: a symbolic link is not followed, so that no other file is emptied,
+/// and a pipe, at which a write would wait for a reader, isn't written to.
 FILE* openDump(const std::string& path) {
     constexpr mode_t kEverybodyReads = 0644;
     const int descriptor =
-        open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kEverybodyReads);
-    return descriptor < 0 ? nullptr : fdopen(descriptor, "w+");
+        open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+             kEverybodyReads);
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        close(descriptor);
+        return nullptr;
+    }
+    return fdopen(descriptor, "w+");
 }
 
 void addServiceLevel(TKMPayload& payload) {

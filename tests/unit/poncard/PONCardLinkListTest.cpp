@@ -1,13 +1,9 @@
 // How ONU links get into the list, and out of it without a report.
 
-#include <cstdio>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "PONCardLinkFixture.h"
 #include "SurpriseWake.h"
-#include "unit/model/LimitedJsonMemory.h"
 #include "unit/tk/FailingAllocation.h"
 
 namespace ponmgr::test {
@@ -43,13 +39,6 @@ protected:
 /// Downstream port 1, upstream port 0.
 constexpr const char* kInformation =
     "00 1c 00 00 00 0f e9 00 00 0a 00 12 00 0f e9 37 15 00 11 00 01 01 00 01 00 00 00 00 00 00";
-
-class PONCardLinkDumpTest : public PONCardLinkFixture {
-protected:
-    PONCardLinkDumpTest() { takeDump(); }
-
-    static bool takeDump() { return std::filesystem::remove("/tmp/onu-3.log"); }
-};
 
 }  // namespace
 
@@ -276,56 +265,6 @@ TEST_F(PONCardLinkListTest, TheListCanBeEmptiedWithoutTheCard) {
     helper.clearAllOnuLink();
     EXPECT_EQ(links(), listOf({}));
     EXPECT_TRUE(transport.getSent().empty());
-}
-
-// --- the dump ---
-
-TEST_F(PONCardLinkDumpTest, TheFirstCallAndEverySixthAfterItWriteTheFile) {
-    std::vector<bool> written;
-    for (int call = 0; call < 14; call++) {
-        helper.doOnuListDump();
-        written.push_back(takeDump());
-    }
-    EXPECT_EQ(written, (std::vector<bool>{true, false, false, false, false, false, true, false,
-                                          false, false, false, false, true, false}));
-}
-
-TEST_F(PONCardLinkDumpTest, TheFileHoldsTheListIndentedAndALineEnd) {
-    std::ofstream("/tmp/onu-3.log") << std::string(1000, 'x');
-    helper.doOnuListDump();
-    std::ifstream file("/tmp/onu-3.log");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "{\n\t\"onulist\":\t[]\n}\n");
-}
-
-TEST_F(PONCardLinkDumpTest, AFileThatCannotBeOpenedIsPassedOverAndTheCallCounts) {
-    std::filesystem::create_directory("/tmp/onu-3.log");
-    EXPECT_EQ(textPrintedBy([this] { helper.doOnuListDump(); }), "");
-    ASSERT_TRUE(takeDump());
-    for (int call = 0; call < 5; call++) {
-        helper.doOnuListDump();
-    }
-    EXPECT_FALSE(takeDump());
-    helper.doOnuListDump();
-    EXPECT_TRUE(takeDump());
-}
-
-TEST_F(PONCardLinkDumpTest, ALinkInThePlaceOfTheFileIsNotFollowed) {
-    std::ofstream("/tmp/precious") << "kept";
-    std::filesystem::create_symlink("/tmp/precious", "/tmp/onu-3.log");
-    EXPECT_EQ(textPrintedBy([this] { helper.doOnuListDump(); }), "");
-    EXPECT_EQ(std::filesystem::file_size("/tmp/precious"), 4U);
-    EXPECT_TRUE(takeDump());
-    std::filesystem::remove("/tmp/precious");
-}
-
-TEST_F(PONCardLinkDumpTest, AListThatCannotBeBuiltIsAnEmptyObject) {
-    discover("0a");
-    {
-        const LimitedJsonMemory noMemory(0);
-        EXPECT_EQ(textPrintedBy([this] { helper.doOnuListDump(); }), "");
-    }
-    std::ifstream file("/tmp/onu-3.log");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "{}\n");
 }
 
 }  // namespace ponmgr::test
