@@ -17,6 +17,7 @@ from support.process import Process
 from support.product import ask, control, wait_for_agreement
 from support.waiting import wait_for
 
+LONG = (pytest.mark.long, pytest.mark.timeout(400))
 VICTIM, NEIGHBOUR, WITNESS = "1", "2", "3"
 SLOTS = ",".join((VICTIM, NEIGHBOUR, WITNESS))
 DAEMON = "127.0.0.1"
@@ -97,7 +98,7 @@ def result(sender):
 
 # --- garbage ---
 
-@pytest.mark.parametrize("seconds, rate", [(10, 5000), pytest.param(60, 10000, marks=pytest.mark.long)])
+@pytest.mark.parametrize("seconds, rate", [(10, 5000), pytest.param(60, 10000, marks=LONG)])
 def test_ten_thousand_worthless_datagrams_a_second_delay_nobody(storm, seconds, rate):
     """The rate that must be reached is a half where other tests run beside."""
     of_card = flooding(seconds, "--rate", "4000", sources=(CARD,))
@@ -148,7 +149,7 @@ def test_old_answers_and_answers_that_come_a_thousand_times_delay_nobody(storm):
 
 # --- events ---
 
-@pytest.mark.parametrize("seconds", [5, pytest.param(60, marks=pytest.mark.long)])
+@pytest.mark.parametrize("seconds", [5, pytest.param(60, marks=LONG)])
 def test_every_alarm_of_a_storm_is_reported_or_counted_as_lost(storm, seconds):
     sent = 1000 * seconds
     fault = control("fault", "add", "event-burst", "--card", VICTIM, "--rate", "1000", "--count",

@@ -1,0 +1,288 @@
+"""The machine around the daemon: addresses, clocks, descriptors and memory that go away and come back,
+and peers that stop."""
+
+import os
+import re
+import resource
+import signal
+import subprocess
+import sys
+import time
+from contextlib import contextmanager
+from datetime import datetime
+from pathlib import Path
+
+import pytest
+
+from support import flood, namespace
+from support.alarms import counted_as_lost, reported
+from support.card import (GET_DOMAINS, GET_OLT_INFORMATION, REPORT_ALARM, Card, event, olt_information,
+                          response)
+from support.clock import WallClock
+from support.measures import Journal, dropped_at, resident, resting_descriptors
+from support.process import Process
+from support.product import ask, control, inventory, program, wait_for_agreement, wait_in_service
+from support.waiting import wait_for
+
+LONG = (pytest.mark.long, pytest.mark.timeout(400))
+SOURCE = "10.77.0.1"
+ONU = "00:0d:b6:01:00:01"  # 1/0/1
+HOUR = 3600
+
+
+def set_vlan(vlan):
+    ask("dbman", "onu", "vlan", ONU, str(vlan))
+
+
+def wait_for_vlan(vlan, limit=60):
+    wait_for(lambda: control("onu", "1/0/1", "get")["vlan"] == vlan, limit, f"the ONU's VLAN is {vlan}")
+
+
+# --- the daemon's own address ---
+
+def address(action):
+    subprocess.run(["ip", "address", action, f"{SOURCE}/32", "dev", "lo"], check=True)
+
+
+def test_an_address_that_goes_for_a_while_costs_no_command(chassis):
+    address("add")
+    _, _, daemon = chassis("1,2", "--onus", "2", "--configured", manager=("--source", SOURCE))
+    before = wait_for(lambda: resting_descriptors(daemon.pid), 60)
+    address("del")
+    journal = Journal()
+    set_vlan(77)
+    time.sleep(6)  # its first try, and perhaps a second, can't leave
+    assert journal.requests("1") == []
+    address("add")
+    wait_for_vlan(77, 20)
+    control("onu", "2/0/0", "unplug")
+    wait_for(lambda: len(inventory()[1]) == 7, 60)
+    wait_for_agreement()
+    assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == before
+
+
+def test_an_address_that_goes_in_the_midst_of_a_bring_up_is_waited_for(chassis):
+    address("add")
+    _, _, daemon = chassis("1,2", "--onus", "2", "--reset-time", "500ms", "--latency", "20ms", agree=False,
+                           manager=("--source", SOURCE))
+    wait_for(lambda: "Set Path" in {entry["name"] for entry in control("journal", "--card", "1")["entries"]})
+    address("del")
+    journal = Journal()
+    time.sleep(7)
+    assert journal.requests("1") + journal.requests("2") == []
+    address("add")
+    wait_in_service("60s")
+    wait_for_agreement(30)
+    assert daemon.is_running()
+
+
+def test_an_address_that_isnt_there_yet_is_tried_every_second(chassis):
+    _, _, daemon = chassis("1", "--onus", "1", "--configured", agree=False, manager=("--source", SOURCE))
+    wait_for(lambda: daemon.count("]: Failed to bind socket") >= 3, 30)
+    assert daemon.count("bind failed: Cannot assign requested address") >= 3
+    address("add")
+    wait_for_agreement(30)
+
+
+# --- peers that stop ---
+
+@contextmanager
+def stopped(process):
+    os.kill(process.pid, signal.SIGSTOP)
+    yield
+    os.kill(process.pid, signal.SIGCONT)
+
+
+def burst(rate, seconds):
+    """Lets the card of slot 1 raise and clear an alarm; returns how often it will."""
+    control("fault", "add", "event-burst", "--card", "1", "--rate", str(rate), "--count",
+            str(rate * seconds))
+    return rate * seconds
+
+
+def wait_for_bursts_end(limit):
+    wait_for(lambda: all(fault["state"] == "ended" for fault in control("fault", "list")["faults"]), limit)
+
+
+@pytest.mark.parametrize("seconds, rate", [(8, 500), pytest.param(60, 1000, marks=LONG)])
+def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chassis, freed_memory, seconds,
+                                                                            rate):
+    _, manager, daemon = chassis("1,2", "--onus", "2", "--configured")
+    memory, dropped = resident(daemon.pid), dropped_at("127.0.0.1")
+    with stopped(manager):
+        sent = burst(rate, seconds)
+        wait_for_bursts_end(seconds * 2 + 30)
+        control("onu", "2/0/0", "unplug")
+        # sixteen MiB of notifications, and what they are made from
+        assert resident(daemon.pid) < memory + 160
+
+    def known():
+        return reported() + counted_as_lost(daemon) + dropped_at("127.0.0.1") - dropped
+
+    wait_for(lambda: known() == sent, 120, lambda: f"{sent} were sent, {reported()} are reported, "
+                                                   f"{counted_as_lost(daemon)} are counted as lost")
+    print(f"{sent} alarms: {reported()} reported, {counted_as_lost(daemon)} lost")
+    wait_for_agreement(60)
+    assert len(inventory()[1]) == 7
+    wait_for(lambda: resident(daemon.pid) < memory + 64, 60)
+
+
+def test_a_database_manager_killed_in_a_storm_gets_what_comes_after_its_restart(chassis):
+    _, manager, daemon = chassis("1,2", "--onus", "2", "--configured")
+    burst(500, 6)
+    wait_for(lambda: reported() > 200, 30)
+    os.kill(manager.pid, signal.SIGKILL)
+    manager.wait_for_end()
+    daemon.wait_for_line("nobody listens there", 30)
+    again = Process("dbman", [program("dbman"), "serve"])
+    again.wait_for_line("dbman ready")
+    wait_for_bursts_end(60)
+    ask("dbman", "slot", "announce", "all")
+    wait_for_agreement(60)
+    lost = daemon.count("nobody listens there")
+    control("alarm", "1/nni-0", "Temperature", "raise")
+    wait_for(lambda: reported("Temperature") == 1)
+    assert daemon.count("nobody listens there") == lost
+
+
+def test_a_chassis_that_stops_costs_no_command_and_no_card(chassis):
+    simulator, _, daemon = chassis("1,2", "--onus", "2", "--configured")
+    with stopped(simulator):
+        set_vlan(77)
+        time.sleep(8)  # two tries at least are unanswered
+        assert len(inventory()[0]) == 2
+    wait_for_vlan(77, 20)
+    wait_for_agreement(30)
+    control("onu", "2/0/0", "unplug")
+    wait_for(lambda: len(inventory()[1]) == 7, 60)
+    assert daemon.is_running()
+
+
+# --- the clock ---
+
+@pytest.fixture
+def clock(monkeypatch):
+    return WallClock(Path("/tmp"), monkeypatch.setenv)
+
+
+def reported_time(card, peer):
+    """When the daemon says that an alarm came."""
+    before = len(peer.messages("/olt/alarm/new"))
+    card.send_event(event(REPORT_ALARM, bytes([5]) + bytes.fromhex("000db6000001") + bytes([0, 2, 17, 1, 1, 0])))
+    wait_for(lambda: len(peer.messages("/olt/alarm/new")) > before)
+    row, = peer.messages("/olt/alarm/new")[-1]["data"]["alarm_list"]
+    return datetime.strptime(row["datetime"], "%d/%m/%Y %H:%M:%S")
+
+
+@pytest.mark.parametrize("shift", [HOUR, -HOUR])
+def test_a_clock_that_is_set_in_an_exchange_lengthens_no_wait(clock, card, daemon, peer, shift):
+    inserted = Card(1, marked=True)
+    asked = []
+
+    def silent_at_first(answering, request):
+        asked.append(request)
+        # set while it is waited for, and back in the second wait
+        clock.shift(shift if len(asked) == 1 else 0)
+        return [] if len(asked) < 3 else [response(request, olt_information(1))]
+
+    inserted.rules[GET_OLT_INFORMATION] = silent_at_first
+    witness = card(2, product="3724")
+    peer.address(1)
+    peer.wait_for("/olt/new", 1, matching=lambda data: data["mac_address"])
+    assert len({request.ctag for request in asked}) == 1 and len(asked) == 3
+    for earlier, later in zip(asked, asked[1:]):
+        assert 3.5 < later.time - earlier.time < 8
+    inserted.wait_for(GET_DOMAINS)
+    clock.shift(shift)
+    ahead = (reported_time(inserted, peer) - datetime.now()).total_seconds()
+    assert abs(ahead - shift) < 60, "the shift is in force"
+    times = [request.time for request in witness.of(GET_OLT_INFORMATION)]
+    assert len(times) > 8 and max(b - a for a, b in zip(times, times[1:])) < 3.5
+    assert [line for line in daemon.texts() if not line.startswith("ping: ")] == []
+
+
+# --- descriptors ---
+
+def limit_descriptors(process, most):
+    _, hard = resource.prlimit(process.pid, resource.RLIMIT_NOFILE)
+    resource.prlimit(process.pid, resource.RLIMIT_NOFILE, (most, hard))
+
+
+def test_without_free_descriptors_no_card_is_lost_and_the_socket_comes_back(chassis):
+    _, _, daemon = chassis("1,2", "--onus", "2", "--configured")
+    before = wait_for(lambda: resting_descriptors(daemon.pid), 60)
+    limit_descriptors(daemon, 3)
+    set_vlan(77)
+    wait_for_vlan(77)
+    # one of less than a header has the socket closed; a new one can't be opened
+    Process("flood", [sys.executable, flood.__file__, "--from", "127.0.1.1:14113", "--to",
+                      "127.0.0.1:14113", "--rate", "100", "--seconds", "0.2", "--frames", "short"]
+            ).wait_for_end()
+    wait_for(lambda: daemon.count("]: Failed to create UDP socket") >= 3)
+    assert daemon.count("socket failed: Too many open files") >= 3
+    pinged = namespace.pings_answered()
+    time.sleep(11)  # every card's probe was due
+    assert namespace.pings_answered() == pinged, "no probe could be started"
+    assert len(inventory()[0]) == 2, "which takes no card for dead"
+    limit_descriptors(daemon, 1024)
+    set_vlan(78)
+    wait_for_vlan(78)
+    wait_for(lambda: namespace.pings_answered() > pinged, 30)
+    wait_for_agreement(60)
+    assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == before
+
+
+# --- memory ---
+
+ALL_ONUS = 8 * 2 * 62
+
+
+def full_chassis(chassis, *before):
+    """Eight cards of 124 ONUs; a thread's stack is as large as the limit says, and all of them count."""
+    started = chassis("1-8", "--onus", "62", "--configured", agree=False,
+                      before=("/usr/bin/prlimit", "--stack=524288", *before))
+    wait_in_service("120s")
+    wait_for_agreement(60)
+    assert len(inventory()[1]) == ALL_ONUS
+    return started.daemon
+
+
+def storm_of_all_cards(seconds):
+    control("fault", "add", "event-burst", "--card", "all", "--rate", "500", "--count",
+            str(8 * 500 * seconds))
+
+
+def assert_goes_on(daemon):
+    control("onu", "3/0/0", "unplug")
+    wait_for(lambda: len(inventory()[1]) == ALL_ONUS - 1, 60)
+    wait_for_agreement(60)
+    set_vlan(77)
+    wait_for_vlan(77)
+    assert daemon.is_running()
+
+
+@pytest.mark.shipped
+@pytest.mark.parametrize("kind", [pytest.param("data", marks=LONG), "as"])
+def test_ponmgrd_lives_in_64_mib_through_a_storm(chassis, kind):
+    daemon = full_chassis(chassis, f"--{kind}={64 << 20}")
+    storm_of_all_cards(5)
+    wait_for_bursts_end(60)
+    assert_goes_on(daemon)
+    assert daemon.texts() == []
+
+
+@pytest.mark.shipped
+def test_ponmgrd_without_memory_goes_on_when_there_is_some_again(chassis):
+    daemon = full_chassis(chassis)
+    status = Path(f"/proc/{daemon.pid}/status").read_text()
+    in_use = 1024 * int(re.search(r"VmData:\s+(\d+)", status)[1])
+    _, hard = resource.prlimit(daemon.pid, resource.RLIMIT_DATA)
+    resource.prlimit(daemon.pid, resource.RLIMIT_DATA, (in_use, hard))
+    storm_of_all_cards(5)
+    ask("dbman", "slot", "announce", "2")
+    wait_for_bursts_end(60)
+    assert daemon.is_running()
+    resource.prlimit(daemon.pid, resource.RLIMIT_DATA, (hard, hard))
+    assert "Unknown Error at" in daemon.output(), "there was no memory"
+    ask("dbman", "slot", "announce", "all")
+    assert_goes_on(daemon)
