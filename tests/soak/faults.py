@@ -49,6 +49,7 @@ KINDS = {
     "result": (LOSING, lambda chance: ["--code", chance.choice([1, 2, 3, 7, 0x105]), *_probability(chance, 0.3)]),
     "late": (LOSING, lambda chance: _probability(chance, 0.2)),
     "mute": (LOSING, lambda chance: _probability(chance, 1)),
+    "pretend": (FALSIFYING, lambda chance: _probability(chance, 0.3)),
     "wrong-port": (LOSING, lambda chance: _probability(chance, 0.3)),
     "event-burst": (HARMLESS, _burst),
     "garbage": (LOSING, _garbage),

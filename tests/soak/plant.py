@@ -123,7 +123,7 @@ class Plant:
         for row in request(verb="list")["cards"]:
             if row["state"] != "in-service" or row["onus_provisioned"] != row["onus_total"]:
                 found[row["slot"]] = (f"card {row['state']}, {row['onus_provisioned']} of {row['onus_total']} ONUs"
-                                      + _what_is_missing(row["slot"]))
+                                      + (_what_is_missing(row["slot"]) if row["state"] == "in-service" else ""))
         return found
 
     def keep_journal(self, number):
