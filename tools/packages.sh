@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034
-# Debian packages that the project needs, and how the missing ones are installed. Sourced by ./run and
-# ./test; all of them are in Debian 12.
+# Debian packages that the project needs, and how the missing ones are installed. Sourced by ./run,
+# ./test and ./bench; all of them are in Debian 12.
 
 build_packages=(
     g++ cmake ninja-build pkg-config   # the build
@@ -17,6 +17,12 @@ test_packages=(
     clang-format clang-tidy
     python3 python3-pytest python3-pytest-xdist python3-pytest-forked python3-pytest-timeout
     shellcheck iproute2 procps binutils
+)
+bench_packages=(
+    libbenchmark-dev                   # times the codec
+    libsnmp-dev snmpd                  # the peer of the exchange
+    valgrind                           # counts instructions
+    python3 iproute2
 )
 
 soak_packages=(python3 python3-pytest iproute2)

@@ -6,7 +6,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-PATH = re.compile(r"`((?:src|corvane|sim|dbman|tests|tools|docs|cmake|packaging|bench)/[\w./-]*)`")
+PATH = re.compile(r"`((?:src|corvane|sim|dbman|tests|tools|docs|cmake|packaging|benchmarks)/[\w./-]*)`")
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)")
 COMMENT = re.compile(r"//.*")
 URI = re.compile(r'"(/(?:olt|onu|slot)/[a-z_/]*)"')

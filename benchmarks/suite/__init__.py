@@ -1,0 +1,1 @@
+"""Runs the cases of ./bench and puts their figures into tables."""

@@ -1,0 +1,71 @@
+"""The simulator's journal, as its file has it: which datagram passed which card when."""
+
+import json
+from collections import defaultdict
+from dataclasses import dataclass
+from datetime import datetime, timezone
+
+IN, OUT = "in", "out"
+
+
+@dataclass(slots=True)
+class Datagram:
+    """`time` is in seconds on the simulator's clock, `wall` in seconds since 1970."""
+
+    card: int
+    direction: str
+    time: float
+    wall: float
+    id: int
+    ctag: int
+
+
+def _wall(text):
+    whole, fraction = text.rstrip("Z").split(".")
+    seconds = datetime.strptime(whole, "%Y-%m-%dT%H:%M:%S").replace(tzinfo=timezone.utc).timestamp()
+    return seconds + float("0." + fraction)
+
+
+def read(path):
+    """All datagrams in their order. A last line that is being written is left out."""
+    found = []
+    for line in path.read_text().splitlines(keepends=True):
+        if line.endswith("\n"):
+            entry = json.loads(line)
+            found.append(Datagram(entry["card"], entry["direction"], entry["time_ns"] / 1e9,
+                                  _wall(entry["wall"]), entry["id"], entry["ctag"]))
+    return found
+
+
+@dataclass(slots=True)
+class Exchange:
+    """A request as it was sent once: when it came, when its answer went (None when none did), and when the
+    next request came (None for the last)."""
+
+    id: int
+    sent: float
+    wall: float
+    answered: float | None
+    next: float | None
+
+
+def exchanges(datagrams):
+    """Of each card, in order."""
+    answers = defaultdict(list)
+    requests = defaultdict(list)
+    for datagram in datagrams:
+        if datagram.direction == IN:
+            requests[datagram.card].append(datagram)
+        else:
+            answers[datagram.card, datagram.id, datagram.ctag].append(datagram.wall)
+    return {card: _chained(card, sent, answers) for card, sent in requests.items()}
+
+
+def _chained(card, sent, answers):
+    chained = []
+    for i, request in enumerate(sent):
+        following = sent[i + 1].wall if i + 1 < len(sent) else None
+        answered = next((time for time in answers[card, request.id, request.ctag]
+                         if time >= request.wall and (following is None or time <= following)), None)
+        chained.append(Exchange(request.id, request.wall, request.wall, answered, following))
+    return chained
