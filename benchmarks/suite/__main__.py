@@ -14,7 +14,7 @@ from pathlib import Path
 from .cases import ALL
 from .rows import from_json
 from .surroundings import ROOT, Bench, say
-from .table import as_text, write_into
+from .table import as_markdown, as_text, write_into
 
 from support import namespace  # noqa: E402  found by surroundings
 
@@ -74,10 +74,12 @@ def parse_arguments(words):
     return arguments
 
 
-def write_document(cases):
-    text = DOCUMENT.read_text()
+def write_document(cases, results):
+    text = write_into(DOCUMENT.read_text(), "machine",
+                      "Measured on {started:.10} on {cores} cores of {processor}, Linux {kernel}.".format(
+                          **results["machine"], started=results["started"]))
     for name, rows in cases.items():
-        text = write_into(text, name, [from_json(row) for row in rows])
+        text = write_into(text, name, as_markdown([from_json(row) for row in rows]))
     DOCUMENT.write_text(text)
 
 
@@ -117,7 +119,7 @@ def main():
         print(f"\n{name}\n{as_text([from_json(row) for row in cases[name]])}\n", flush=True)
     print(f"The results are in {store(build, cases, results).relative_to(ROOT)}.")
     if arguments.write:
-        write_document(cases)
+        write_document(cases, results)
     if failed:
         print(f"./bench: these cases failed: {' '.join(failed)}", file=sys.stderr)
     return 1 if failed else 0

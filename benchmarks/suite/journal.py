@@ -10,11 +10,10 @@ IN, OUT = "in", "out"
 
 @dataclass(slots=True)
 class Datagram:
-    """`time` is in seconds on the simulator's clock, `wall` in seconds since 1970."""
+    """`wall` is in seconds since 1970."""
 
     card: int
     direction: str
-    time: float
     wall: float
     id: int
     ctag: int
@@ -32,19 +31,18 @@ def read(path):
     for line in path.read_text().splitlines(keepends=True):
         if line.endswith("\n"):
             entry = json.loads(line)
-            found.append(Datagram(entry["card"], entry["direction"], entry["time_ns"] / 1e9,
-                                  _wall(entry["wall"]), entry["id"], entry["ctag"]))
+            found.append(Datagram(entry["card"], entry["direction"], _wall(entry["wall"]),
+                                  entry["id"], entry["ctag"]))
     return found
 
 
 @dataclass(slots=True)
 class Exchange:
-    """A request as it was sent once: when it came, when its answer went (None when none did), and when the
-    next request came (None for the last)."""
+    """A request as it was sent once, in seconds since 1970: when it came, when its answer went (None when none
+    did), and when the next request came (None for the last)."""
 
     id: int
     sent: float
-    wall: float
     answered: float | None
     next: float | None
 
@@ -67,5 +65,5 @@ def _chained(card, sent, answers):
         following = sent[i + 1].wall if i + 1 < len(sent) else None
         answered = next((time for time in answers[card, request.id, request.ctag]
                          if time >= request.wall and (following is None or time <= following)), None)
-        chained.append(Exchange(request.id, request.wall, request.wall, answered, following))
+        chained.append(Exchange(request.id, request.wall, answered, following))
     return chained

@@ -40,10 +40,10 @@ def as_markdown(rows):
     return "\n".join("| " + " | ".join(line) + " |" for line in lines)
 
 
-def write_into(text, case, rows):
-    """The document's text with the table of this case between its markers; ValueError without them."""
-    start, end = f"<!-- bench {case} -->", f"<!-- end {case} -->"
+def write_into(text, name, content):
+    """The document's text with the content between the markers of this name; ValueError without them."""
+    start, end = f"<!-- bench {name} -->", f"<!-- end {name} -->"
     if text.count(start) != 1 or text.count(end) != 1:
-        raise ValueError(f"docs/performance.md has no place for {case}: {start} and {end}, once each")
+        raise ValueError(f"docs/performance.md has no place for {name}: {start} and {end}, once each")
     pattern = re.compile(re.escape(start) + ".*?" + re.escape(end), re.S)
-    return pattern.sub(lambda _: f"{start}\n{as_markdown(rows)}\n{end}", text)
+    return pattern.sub(lambda _: f"{start}\n{content}\n{end}", text)

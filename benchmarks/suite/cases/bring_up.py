@@ -112,7 +112,7 @@ def floor_of(exchange, latency, end):
     if exchange.answered is not None:
         waited, over = latency, exchange.answered
     else:
-        waited = math.floor(exchange.wall) + RESPONSE - exchange.wall
+        waited = math.floor(exchange.sent) + RESPONSE - exchange.sent
         waited = min(waited, max(until - exchange.sent, 0))
         over = exchange.sent + waited
     return waited + math.floor(max(until - over, 0) / PASS) * PASS
