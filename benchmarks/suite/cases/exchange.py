@@ -30,7 +30,7 @@ def rounds(bench, count):
 
 
 def beside_floors(bench, latency):
-    count = bench.pick(1000, 300)
+    count = bench.pick(1000, 200)
     simulator = one_card(bench, f"{latency}ms")
     measured = rounds(bench, count)
     bench.stop(simulator)
