@@ -13,7 +13,7 @@
 int main() {
     // One heap for all threads, which seldom meet in it. With one a thread, the usual way, each of
     // them takes 64 MiB of address space, and where that is limited every allocation takes a page.
-    mallopt(M_ARENA_MAX, 1);
+    mallopt(M_ARENA_MAX, 1);  // NOLINT(concurrency-mt-unsafe): no other thread is there yet
     ponmgr::startLog();
     // A reader of the log or of a notification that went away must not end the daemon. A handler,
     // because "ignored" would be inherited by the probes' shells.
