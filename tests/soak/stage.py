@@ -1,7 +1,7 @@
 """Where troubles are played: what is in trouble now, and what has been played so far."""
 
 import time
-from collections import Counter, defaultdict
+from collections import Counter, defaultdict, deque
 
 from plant import Refused, ask
 from troubles import SLOTS, control
@@ -10,6 +10,7 @@ from troubles import SLOTS, control
 # A card that didn't answer keeps the daemon waiting for so many seconds. The events of that time are taken
 # together then, and all of them are lost when a fault has spoilt one: none of those may be the last of an ONU.
 LONGEST_EXCHANGE = 16
+UNDO_LIMIT = 40
 
 
 class Busy(Exception):
@@ -28,6 +29,7 @@ class Stage:
         self.onus = [(row["onu"], row["mac"]) for row in control("onu", "list")["onus"]]
         self.under_way = []  # (end, undo, what it takes)
         self.taking = []
+        self.last_refusals = deque(maxlen=5)
         self.forget()
 
     def forget(self):
@@ -96,15 +98,20 @@ class Stage:
         time.sleep(LONGEST_EXCHANGE)
         for held in ("slot", "onu", None):
             self._undo([one for one in self.under_way if held is None or _takes(one, held)])
-        assert not self.under_way, f"{len(self.under_way)} troubles can't be undone"
+        end = time.monotonic() + UNDO_LIMIT
+        while self.under_way and time.monotonic() < end:
+            time.sleep(1)
+            self._undo(list(self.under_way))
+        assert not self.under_way, f"can't be undone: {', '.join(self.last_refusals)}"
 
     def _undo(self, ending):
         for one in ending:
             self.under_way.remove(one)
             try:
                 one[1]()
-            except (Busy, Refused):
-                # What it needs is in trouble itself just now.
+            except (Busy, Refused) as refusal:
+                # What it needs is in trouble itself just now, or a new card that nobody has spoken to yet.
+                self.last_refusals.append(str(refusal))
                 self.under_way.append((one[0] + 2, *one[1:]))
 
 

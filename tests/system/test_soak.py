@@ -214,7 +214,7 @@ def test_a_soak_of_half_a_minute_passes_and_reports(short_soak):
     assert summary["seconds"] >= 30 and not summary["ended_early"]
     assert sum(row["count"] for row in summary["played"]) >= 5
     assert {row["group"] for row in summary["played"]} >= {"fault", "chassis", "command"}
-    assert summary["recoveries"]["count"] + len(summary["mended_by_operator"]) >= 2
+    assert summary["recoveries"]["count"] + len(summary["mended_by_operator"]) >= 1
     assert len(summary["samples"]) >= 3
     assert set(summary["memory_kb"]) == {"chassis-sim", "dbman", "ponmgrd"}
     assert summary["messages"]["datagrams"] > 500 and summary["messages"]["/onu/new"] >= 32
