@@ -181,7 +181,8 @@ def test_a_clock_that_is_set_in_an_exchange_lengthens_no_wait(clock, card, daemo
 
     def silent_at_first(answering, request):
         asked.append(request)
-        # set while it is waited for, and back in the second wait
+        # set in the midst of a wait, and back in the second one
+        time.sleep(0.5)
         clock.shift(shift if len(asked) == 1 else 0)
         return [] if len(asked) < 3 else [response(request, olt_information(1))]
 
