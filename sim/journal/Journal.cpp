@@ -67,7 +67,9 @@ void Journal::keepBytes(JournalEntry& entry, const Passage& passage) {
         return sinks.empty() ? bytes.first(std::min(bytes.size(), kBytesKept)) : bytes;
     };
     const auto bytes = kept(passage.bytes);
-    entry.bytes.assign(bytes.begin(), bytes.end());
+    // Not into the memory of the entry that was here: the ring's places would all become as large
+    // as the longest datagram that each has ever held.
+    entry.bytes = std::vector(bytes.begin(), bytes.end());
     entry.size = passage.bytes.size();
     excess += excessOf(bytes.size());
     entry.cardBytes.reset();

@@ -69,7 +69,7 @@ private:
     const TimerQueue& timers;
     WallClock wall;
     TimePoint start;
-    /// A ring, once it has its full size; an entry's memory is used again while it is small.
+    /// A ring, once it has its full size.
     std::vector<JournalEntry> entries;
     std::uint64_t newest = 0;
     /// The last that the sinks have got.

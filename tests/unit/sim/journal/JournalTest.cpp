@@ -84,6 +84,14 @@ TEST_F(JournalTest, LeavesNothingOfAnEntryToTheOneThatTakesItsPlace) {
     EXPECT_TRUE(entry.onTheWire);
 }
 
+TEST_F(JournalTest, KeepsNoMemoryOfALongDatagramWhosePlaceAShortOneTakes) {
+    record(std::vector<std::uint8_t>(1000));
+    for (std::uint8_t i = 2; i <= 4; ++i) {
+        record({i});
+    }
+    EXPECT_LT(journal.find(4)->bytes.capacity(), 100U);
+}
+
 TEST_F(JournalTest, LearnsLaterWhyADatagramWasDropped) {
     record({1});
     journal.setDropped(1, "the card is muted");
