@@ -52,7 +52,7 @@ void registerPrintFloor(const std::string& name, const std::string& text) {
     benchmark::RegisterBenchmark((name + "/floor").c_str(), [text](benchmark::State& state) {
         const Tree tree(cJSON_Parse(text.c_str()));
         const AllocationCount count(state, text.size());
-        for (auto _ : state) {
+        while (state.KeepRunning()) {
             const Tree made = rebuilt(tree.get());
             benchmark::DoNotOptimize(Text(cJSON_PrintUnformatted(made.get())));
         }
@@ -62,7 +62,7 @@ void registerPrintFloor(const std::string& name, const std::string& text) {
 void registerParseFloor(const std::string& name, const std::string& text) {
     benchmark::RegisterBenchmark((name + "/floor").c_str(), [text](benchmark::State& state) {
         const AllocationCount count(state, text.size());
-        for (auto _ : state) {
+        while (state.KeepRunning()) {
             benchmark::DoNotOptimize(Tree(cJSON_Parse(text.c_str())));
         }
     });
@@ -83,7 +83,7 @@ void registerParsedAlarm() {
         name.c_str(), [datagram, size = text.size()](benchmark::State& state) {
             ResponseMessage responses;
             const AllocationCount count(state, size);
-            for (auto _ : state) {
+            while (state.KeepRunning()) {
                 benchmark::DoNotOptimize(parsedAlarm(responses, datagram)->getJsonFile());
             }
         });
@@ -111,7 +111,7 @@ void registerAlarmReport() {
     benchmark::RegisterBenchmark(name.c_str(),
                                  [report, size = text.size()](benchmark::State& state) {
                                      const AllocationCount count(state, size);
-                                     for (auto _ : state) {
+                                     while (state.KeepRunning()) {
                                          benchmark::DoNotOptimize(report->getJsonFile());
                                      }
                                  });
@@ -124,14 +124,14 @@ void registerOnu() {
     const std::string text = onu->getJsonData();
     benchmark::RegisterBenchmark("json/onu", [onu, size = text.size()](benchmark::State& state) {
         const AllocationCount count(state, size);
-        for (auto _ : state) {
+        while (state.KeepRunning()) {
             benchmark::DoNotOptimize(onu->getJsonData());
         }
     });
     registerPrintFloor("json/onu", text);
     benchmark::RegisterBenchmark("json/onu-back", [onu, text](benchmark::State& state) {
         const AllocationCount count(state, text.size());
-        for (auto _ : state) {
+        while (state.KeepRunning()) {
             benchmark::DoNotOptimize(onu->setJsonData(text));
         }
     });

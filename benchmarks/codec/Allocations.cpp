@@ -12,8 +12,8 @@ std::uint64_t allocations = 0;
 
 void* countedAllocation(std::size_t size) {
     allocations++;
-    return std::malloc(
-        size);  // NOLINT(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
+    return std::malloc(size);
 }
 
 void release(void* memory) noexcept {

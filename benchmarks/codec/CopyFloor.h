@@ -16,7 +16,7 @@ inline void registerCopyFloor(const std::string& name, std::size_t size) {
         const std::vector<unsigned char> from(size, 0x5A);
         std::vector<unsigned char> to(size);
         const AllocationCount count(state, size);
-        for (auto _ : state) {
+        while (state.KeepRunning()) {
             benchmark::DoNotOptimize(from.data());
             std::memcpy(to.data(), from.data(), size);
             benchmark::ClobberMemory();

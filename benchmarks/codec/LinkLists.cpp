@@ -29,7 +29,7 @@ Datagram listOf(int links) {
 void measureParsing(benchmark::State& state, const Datagram& datagram) {
     ResponseMessage responses;
     const AllocationCount count(state, datagram.size());
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const TKMessage message(datagram.data(), static_cast<std::uint16_t>(datagram.size()));
         benchmark::DoNotOptimize(responses.parseMessage(&message));
     }
@@ -41,7 +41,7 @@ void measureNoting(benchmark::State& state, const Datagram& datagram) {
     const TKMessage message(datagram.data(), static_cast<std::uint16_t>(datagram.size()));
     const auto record = responses.parseMessage(&message);
     const AllocationCount count(state, datagram.size());
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         OnuLinkList links;
         for (const auto& item : record->getList("link_macs")) {
             const std::string mac = item->getValue("mac_address");

@@ -129,7 +129,7 @@ void registerRequests() {
             RequestMessage requests;
             build(request, requests);  // the list has its memory, as in the daemon
             const AllocationCount count(state, size);
-            for (auto _ : state) {
+            while (state.KeepRunning()) {
                 build(request, requests);
                 benchmark::DoNotOptimize(requests.getAll().front()->getMessage());
             }

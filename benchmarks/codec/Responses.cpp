@@ -61,7 +61,7 @@ std::vector<ResponseCase> responseCases() {
 void measure(benchmark::State& state, const Datagram& datagram) {
     ResponseMessage responses;
     const AllocationCount count(state, datagram.size());
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const TKMessage message(datagram.data(), static_cast<std::uint16_t>(datagram.size()));
         benchmark::DoNotOptimize(responses.parseMessage(&message));
     }

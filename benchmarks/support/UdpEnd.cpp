@@ -61,7 +61,7 @@ sockaddr_in UdpEnd::getAddress() const {
 void UdpEnd::setPatience(unsigned milliseconds) {
     timeval time{};
     time.tv_sec = milliseconds / 1000;
-    time.tv_usec = milliseconds % 1000 * 1000;
+    time.tv_usec = suseconds_t{milliseconds % 1000} * 1000;
     check(::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time) == 0, "setsockopt");
 }
 
