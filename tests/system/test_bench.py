@@ -55,7 +55,16 @@ def test_a_slow_daemon_shows_in_the_time_but_not_in_the_floor():
     for exchanges in (quick, slow):
         card = bring_up.card_time(exchanges, 9.9, exchanges[-1].next, LATENCY)
         assert card.floor == pytest.approx(0.1 + 4 * LATENCY)
+        assert card.answered_floor == pytest.approx(card.floor)
         assert card.taken > 2
+
+
+def test_a_late_card_is_not_taken_for_a_slow_daemon():
+    exchanges = [journal.Exchange(385, 10.0, 10.5, 10.5), journal.Exchange(385, 10.5, 11.0, 11.0)]
+    card = bring_up.card_time(exchanges, 9.9, 11.0, LATENCY)
+    assert card.floor == pytest.approx(0.1 + 2 * LATENCY)
+    assert card.taken == pytest.approx(1.1)
+    assert card.answered_floor == pytest.approx(card.taken)
 
 
 def test_a_card_is_done_when_its_last_onu_is_provisioned_and_up():

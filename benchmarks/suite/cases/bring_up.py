@@ -25,10 +25,12 @@ LINK_EXCHANGES = 7
 
 @dataclass
 class CardTime:
-    """Seconds: what a card's bring-up took, what of it the protocol asks for, and the links' part of it."""
+    """Seconds: what a card's bring-up took, what of it the protocol asks for, the same with the card's answers
+    as late as they really were, and the links' part of it."""
 
     taken: float
     floor: float
+    answered_floor: float
     links: float
     link_exchanges: int
 
@@ -53,6 +55,8 @@ def summary(onus, latency, turns):
                 [card.taken / card.floor for card in last], at_most=1.10,
                 details={"seconds": median(card.taken for card in last),
                          "floor s": median(card.floor for card in last),
+                         "against the answers as they came":
+                             median(card.taken / card.answered_floor for card in last),
                          "exchanges a link": median(exchanges)})]
 
 
@@ -101,8 +105,10 @@ def card_time(exchanges, start, end, latency):
              if exchange.sent < end and (exchange.answered is None or exchange.answered <= end)]
     idle = min(whole[0].sent - start, IDLE)
     floor = idle + sum(floor_of(exchange, latency, end) for exchange in whole)
+    late = sum(exchange.answered - exchange.sent - latency for exchange in whole
+               if exchange.answered is not None)
     links = [exchange for exchange in whole if exchange.id in LINK_REQUESTS]
-    return CardTime(end - start, floor, sum(own_time(exchange, end) for exchange in links), len(links))
+    return CardTime(end - start, floor, floor + late, sum(own_time(exchange, end) for exchange in links), len(links))
 
 
 def floor_of(exchange, latency, end):
