@@ -65,7 +65,7 @@ def parse_arguments(words):
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--write", action="store_true")
     parser.add_argument("names", nargs="*", metavar="NAME")
-    arguments = parser.parse_args(words)
+    arguments = parser.parse_intermixed_args(words)
     unknown = [name for name in arguments.names if name not in ALL]
     if unknown:
         parser.exit(2, f"./bench: no case '{unknown[0]}'; there are: {', '.join(ALL)}\n")

@@ -131,6 +131,15 @@ def test_a_wrong_word_says_what_is_allowed(words, text):
     assert text in done.stderr
 
 
+@pytest.mark.parametrize("words", [["--write", "--quick", "codec", "exchange"],
+                                   ["codec", "--quick", "exchange", "--write"]])
+def test_options_and_names_come_in_any_order(words):
+    done = subprocess.run([sys.executable, "-m", "benchmarks.suite", "/tmp", *words], cwd=ROOT,
+                          capture_output=True, text=True)
+    assert done.returncode == 2
+    assert "what --quick measures isn't for the document" in done.stderr
+
+
 def test_the_cases_are_listed_with_what_they_answer():
     done = subprocess.run([ROOT / "bench", "--list"], capture_output=True, text=True, check=True)
     assert [line.split()[0] for line in done.stdout.splitlines()] == list(ALL)
