@@ -16,11 +16,12 @@ constexpr std::size_t kLineBufferSize = (std::size_t{1} << 20) + 4096;
 
 // The parts of one line, which no other thread's come between. It takes no memory: what it prints
 // is often that there is none.
-void write(std::initializer_list<std::string_view> parts) {
+void write(std::initializer_list<std::string_view> parts, std::string_view end) {
     flockfile(stdout);
     for (const std::string_view part : parts) {
         fwrite_unlocked(part.data(), 1, part.size(), stdout);
     }
+    fwrite_unlocked(end.data(), 1, end.size(), stdout);
     funlockfile(stdout);
 }
 
@@ -46,37 +47,33 @@ void startLog() {
     std::setvbuf(stdout, buffer.data(), _IOLBF, buffer.size());
 }
 
-void printLine(std::string_view text) {
-    write({text, "\n"});
-}
-
-void printLine(std::string_view beginning, std::string_view text) {
-    write({beginning, text, "\n"});
+void printLineOf(std::initializer_list<std::string_view> parts) {
+    write(parts, "\n");
 }
 
 void printUnended(std::string_view text) {
-    write({text});
+    write({text}, "");
     std::fflush(stdout);
 }
 
 void printUnknownError(const char* operation) {
-    write({"Unknown Error at ", operation, "\n"});
+    printLineOf({"Unknown Error at ", operation});
 }
 
 void printException(const char* function, int line, const Exception& exception) {
-    write({function, "[", Number(line).text(), "]: Exception: ", exception.what(), "\n"});
+    printLineOf({function, "[", Number(line).text(), "]: Exception: ", exception.what()});
 }
 
 void printUnexpectedException(const char* function, int line) {
-    write({function, "[", Number(line).text(), "]: Unexpected exception\n"});
+    printLineOf({function, "[", Number(line).text(), "]: Unexpected exception"});
 }
 
 void printReceiveError(const char* function, int line, std::string_view text) {
-    write({function, "[", Number(line).text(), "]-Error: ", text, "\n"});
+    printLineOf({function, "[", Number(line).text(), "]-Error: ", text});
 }
 
 void printFatalError(const char* function, int line, std::string_view text) {
-    write({"Fatal Error - ", function, "[", Number(line).text(), "]: ", text, "\n"});
+    printLineOf({"Fatal Error - ", function, "[", Number(line).text(), "]: ", text});
     std::fflush(stdout);
 }
 

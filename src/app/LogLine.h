@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <string_view>
 
 #include "app/Exception.h"
@@ -14,11 +15,14 @@ namespace ponmgr {
 /// before anything is written.
 void startLog();
 
-/// text and a line end
-void printLine(std::string_view text);
+/// The parts, one behind the other, and a line end.
+void printLineOf(std::initializer_list<std::string_view> parts);
 
-/// beginning, text and a line end
-void printLine(std::string_view beginning, std::string_view text);
+/// The same; a part is whatever becomes a std::string_view.
+template <typename... Parts>
+void printLine(const Parts&... parts) {
+    printLineOf({std::string_view(parts)...});
+}
 
 /// text without a line end, flushed
 void printUnended(std::string_view text);

@@ -56,7 +56,11 @@ FILE* openDump(const std::string& path) {
         close(descriptor);
         return nullptr;
     }
-    return fdopen(descriptor, "w+");
+    FILE* const opened = fdopen(descriptor, "w+");
+    if (opened == nullptr) {
+        close(descriptor);
+    }
+    return opened;
 }
 
 void addServiceLevel(TKMPayload& payload) {
@@ -194,7 +198,7 @@ void PONCardHelper::doSetAllOnuGigabit() {
             }
         }
     } catch (const Exception& exception) {
-        printLine(std::string(operation) + "[" + card.getSlotId() + "]: " + exception.what());
+        printLine(operation, "[", card.getSlotId(), "]: ", exception.what());
     } catch (...) {
         printUnknownError(operation);
     }

@@ -83,7 +83,7 @@ void PONCardTask::waitFinish() {
 
 void PONCardTask::mainLoop() {
     for (;;) {
-        printFailures(__func__, [this] { runMainPass(); });
+        runMainPass();
         std::this_thread::sleep_for(timing.passPause);
     }
 }
@@ -230,7 +230,7 @@ void PONCardTask::recheckWhenDue() {
 
 void PONCardTask::taskLoop() {
     for (;;) {
-        printFailures(__func__, [this] { runTaskPass(); });
+        runTaskPass();
     }
 }
 
@@ -306,7 +306,7 @@ void PONCardTask::pingLoop() {
     // The slots begin one after the other, so that not all of them ping at once.
     std::this_thread::sleep_for(std::stoi(slotId) * timing.probeStagger);
     for (;;) {
-        printFailures(__func__, [this] { runPingPass(); });
+        runPingPass();
         std::this_thread::sleep_for(timing.probePause);
     }
 }

@@ -39,6 +39,13 @@ void raiseReceiveBacklog(const UDPDescriptor& opened) {
     }
 }
 
+/// While both sockets allow it, any other user's process could bind the same address and port,
+/// speak to the cards in the daemon's place and take their answers.
+void refuseOthers(const UDPDescriptor& bound) {
+    const int reuse = 0;
+    setOption(bound, SO_REUSEADDR, &reuse, sizeof reuse);
+}
+
 }  // namespace
 
 SocketHelper* SocketHelper::getInstance(const std::string& interface) {
@@ -86,6 +93,8 @@ void SocketHelper::send(const TKMessage& message, const sockaddr_in& destination
 }
 
 void SocketHelper::bind() {
+    // The former socket shares its address with none, not even its successor.
+    close();
     auto opened = std::make_shared<UDPDescriptor>();
     if (opened->get() < 0) {
         perror("socket failed");
@@ -110,6 +119,7 @@ void SocketHelper::bind() {
         perror("bind failed");
         PONMGR_THROW("Failed to bind socket");
     }
+    refuseOthers(*opened);
     const std::lock_guard lock(socketMutex);
     udpSocket = std::move(opened);
 }

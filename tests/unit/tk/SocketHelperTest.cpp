@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <type_traits>
 
 #include "CardSocket.h"
@@ -33,6 +34,29 @@ sockaddr_in cardAt(const char* ip) {
     address.sin_port = htons(14113);
     return address;
 }
+
+/// Another program's socket, bound as any user may who shares the address.
+class SharingSocket {
+public:
+    explicit SharingSocket(const char* ip)
+        : descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        const int reuse = 1;
+        setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+        const sockaddr_in address = cardAt(ip);
+        if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            error = errno;
+        }
+    }
+    SharingSocket(const SharingSocket&) = delete;
+    SharingSocket& operator=(const SharingSocket&) = delete;
+    ~SharingSocket() { close(descriptor); }
+
+    /// 0, or why it isn't bound, as in errno.
+    int error = 0;
+
+private:
+    int descriptor;
+};
 
 /// What a failing bind() throws and what it writes to standard error.
 struct BindFailure {
@@ -77,14 +101,22 @@ TEST(SocketHelper, SocketIsNotInheritedByProgramsThatAreStarted) {
     EXPECT_EQ(fcntl(boundDescriptor(), F_GETFD), FD_CLOEXEC);
 }
 
-TEST(SocketHelper, AddressMayBeReused) {
+TEST(SocketHelper, ASocketThatSharesItsAddressIsNoHindrance) {
+    const SharingSocket first(kSource);
+    ASSERT_EQ(first.error, 0);
     SocketHelper helper("ethX");
     helper.setSourceIP(kSource);
-    helper.bind();
-    SocketHelper second("ethX");
-    second.setSourceIP(kSource);
-    EXPECT_EQ(messageThrownBy([&] { second.bind(); }), "nothing");
+    EXPECT_EQ(messageThrownBy([&] { helper.bind(); }), "nothing");
     EXPECT_EQ(tkSocketsBoundTo(kSource).size(), 2U);
+}
+
+TEST(SocketHelper, NobodyElseBindsItsAddressAndPort) {
+    SocketHelper helper("ethX");
+    helper.setSourceIP(kSource);
+    for (int again = 0; again < 2; again++) {
+        helper.bind();
+        EXPECT_EQ(SharingSocket(kSource).error, EADDRINUSE);
+    }
 }
 
 TEST(SocketHelper, PlaceholderInterfaceBindsNoDevice) {
