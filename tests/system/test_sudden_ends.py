@@ -141,9 +141,11 @@ def end_and_start_again(daemon, processes):
     print("killed: " + ", ".join(f"slot {slot} {card['state']}" for slot, card in moment.cards.items()))
     starts = starts_said()
     again = processes("ponmgrd")
-    wait_for(lambda: starts_said() > starts)
-    wait_for(lambda: all_but(moment.left_disabled()), 60, lambda: f"in service: {control('list')}")
-    wait_for_agreement(60)
+    minute = time.monotonic() + 60
+    wait_for(lambda: starts_said() > starts, 60)
+    wait_for(lambda: all_but(moment.left_disabled()), minute - time.monotonic(),
+             lambda: f"in service: {control('list')}")
+    wait_for_agreement(minute - time.monotonic())
     assert_undisturbed(moment)
     for slot in moment.left_disabled():
         ask("dbman", "slot", "reset", slot)
