@@ -1,6 +1,7 @@
 #include "sim/journal/OutputFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,14 +22,28 @@ std::string failureText(const std::string& what, const std::string& path, std::e
     return "can't write the " + what + " to " + path + ": " + reason.message();
 }
 
+/// A pipe that nobody reads, or a terminal that somebody has stopped, would stop the simulator.
+bool isRegular(const FileDescriptor& file) {
+    struct stat status {};
+    return fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 FileDescriptor openFile(const std::string& what, const std::string& path, OutputFile::Mode mode) {
     const int place = mode == OutputFile::Mode::append ? O_APPEND : O_TRUNC;
+    // Opening a pipe doesn't wait for its reader; without one the system calls it no device.
+    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | place;
     try {
-        return FileDescriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | place, kAccess),
-                              "open");
+        FileDescriptor file(open(path.c_str(), flags, kAccess), "open");
+        if (isRegular(file)) {
+            return file;
+        }
     } catch (const std::system_error& error) {
-        throw std::runtime_error(failureText(what, path, error.code()));
+        if (error.code().value() != ENXIO) {
+            throw std::runtime_error(failureText(what, path, error.code()));
+        }
     }
+    throw std::runtime_error("can't write the " + what + " to " + path +
+                             ": not a regular file; allowed: one, or a name that isn't taken");
 }
 
 }  // namespace

@@ -13,7 +13,8 @@ class OutputFile {
 public:
     enum class Mode : bool { replace, append };
 
-    /// Throws std::runtime_error that says which `what` can't be written where, and why.
+    /// Throws std::runtime_error that says which `what` can't be written where, and why: also when
+    /// it is a pipe or a device, on which a write may have to wait.
     OutputFile(std::string what, std::string path, Mode mode);
 
     void write(std::string_view bytes);

@@ -1,7 +1,9 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <csignal>
@@ -12,6 +14,7 @@
 
 #include "../ChassisFixture.h"
 #include "sim/ControlJson.h"
+#include "sim/FileDescriptor.h"
 #include "sim/journal/JournalFile.h"
 #include "sim/journal/PcapFile.h"
 
@@ -149,6 +152,30 @@ TEST(OutputFile, SaysOnceThatNothingMoreCanBeWritten) {
               "chassis-sim: can't write the capture to /tmp/full: File too large; nothing more is "
               "written there\n");
     EXPECT_EQ(contentOf("/tmp/full"), "1234561234");
+}
+
+std::string refusalOf(const std::string& path) {
+    try {
+        const OutputFile file("capture", path, OutputFile::Mode::replace);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(OutputFile, RefusesAPipeWithAndWithoutAReader) {
+    ASSERT_EQ(mkfifo("/tmp/pipe", 0600), 0);
+    const auto refusal =
+        "can't write the capture to /tmp/pipe: not a regular file; allowed: one, or a name that "
+        "isn't taken";
+    EXPECT_EQ(refusalOf("/tmp/pipe"), refusal);
+    const FileDescriptor reader(open("/tmp/pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC), "open");
+    EXPECT_EQ(refusalOf("/tmp/pipe"), refusal);
+}
+
+TEST(OutputFile, RefusesADevice) {
+    EXPECT_THAT(refusalOf("/dev/null"), HasSubstr("/dev/null: not a regular file; allowed: one"));
+    EXPECT_THAT(refusalOf("/tmp"), HasSubstr("Is a directory"));
 }
 
 }  // namespace
