@@ -113,13 +113,17 @@ ControlCommand commandOf(const ScenarioLine& line) {
     arguments.insert(arguments.end(), line.words.begin(), line.words.end());
     const auto parsed = parseCommandLine(arguments);
     if (const auto* options = std::get_if<ControlOptions>(&parsed)) {
-        auto command = controlCommand(*options);
-        if (command.run != nullptr) {
+        if (options->named.contains("follow")) {
             throw UsageError("--follow can't be used in a scenario; allowed: without");
         }
-        return command;
+        return controlCommand(*options);
     }
-    throw UsageError("not a command: " + std::get<Finished>(parsed).errorOutput);
+    const auto& finished = std::get<Finished>(parsed);
+    if (finished.status == kExitOk) {
+        throw UsageError("--help can't be used in a scenario; allowed: without");
+    }
+    // With --json the error is on the standard output.
+    throw UsageError("not a command: " + finished.errorOutput + finished.output);
 }
 
 ScenarioStep waitingStep(int number, const ScenarioLine& line) {

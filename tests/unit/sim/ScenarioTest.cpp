@@ -4,6 +4,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "sim/CommandHelp.h"
 #include "sim/OptionValues.h"
 #include "sim/Scenario.h"
 #include "sim/ScenarioLine.h"
@@ -74,6 +75,16 @@ TEST(Scenario, BeginsAPhaseThatCountsItsTimesAnew) {
     EXPECT_EQ(scenario.steps[4].at, 1s);
 }
 
+TEST(Scenario, TakesTheExampleOfEveryCommand) {
+    for (const auto& help : commandHelp()) {
+        std::istringstream input(Json{{"at", 1}, {"ctl", help.example}}.dump());
+        const auto scenario = parseScenario(input, "day.jsonl", {});
+        ASSERT_EQ(scenario.steps.size(), 1U) << help.example;
+        EXPECT_TRUE(scenario.steps[0].request.contains("verb")) << help.example;
+        EXPECT_NE(scenario.steps[0].print, nullptr) << help.example;
+    }
+}
+
 TEST(Scenario, SplitsWordsAtBlanksOutsideQuotes) {
     EXPECT_THAT(splitWords("  a  \"b c\" 'd \" e'f\t\"\""), ElementsAre("a", "b c", "d \" ef", ""));
     EXPECT_THAT(splitWords(" "), IsEmpty());
@@ -113,6 +124,8 @@ const Mistake kMistakes[] = {
     {"QuoteOpen", R"({"at":1,"ctl":"alarm 'x"})", "a quote isn't closed"},
     {"ControlPath", R"({"at":1,"ctl":"list --control /tmp/x"})", "--control can't be used"},
     {"Follow", R"({"at":1,"ctl":"journal --follow"})", "--follow can't be used"},
+    {"Help", R"({"at":1,"ctl":"onu list --help"})", "--help can't be used in a scenario"},
+    {"OptionUnknownAsJson", R"({"at":1,"ctl":"list --json --fly"})", "--fly"},
     {"BothKinds", R"({"at":1,"ctl":"list","verb":"list"})", "allowed: one of the two"},
     {"VerbUnknown", R"({"at":1,"verb":"fly"})", "unknown verb 'fly'; there are: list, get"},
     {"VerbNumber", R"({"at":1,"verb":7})", "unknown verb '7'"},
