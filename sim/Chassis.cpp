@@ -136,7 +136,10 @@ void Chassis::follow(Card& card, AfterAnswer after) {
             network.registerOnus(card);
             return;
         case AfterAnswer::Action::resetOnu:
-            network.resetOnu(card, *after.onu);
+            // It may have moved to another card since; there it starts anyway.
+            if (after.onu->slot == card.slot) {
+                network.resetOnu(card, *after.onu);
+            }
             return;
     }
 }

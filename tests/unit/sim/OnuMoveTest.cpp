@@ -57,6 +57,17 @@ TEST_F(OnuMove, TimesOutAtTheOldCardAndIsDiscoveredAtTheNewOneOnceItHasStarted) 
     EXPECT_EQ(card(2).onus.size(), 5U);
 }
 
+TEST_F(OnuMove, RegistersAtTheNewCardThoughItsResetWasOnItsWayAtTheOldOne) {
+    chassis->receive(card(1), kManager, bytesOf("0053 0001 0006 000db6010001"));
+    ASSERT_TRUE(moveTo(2, 1));
+    advance(settings.latency);
+    sent.clear();
+    settle();
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_EQ(sent[0].slot, 2);
+    EXPECT_TRUE(moved().discovered);
+}
+
 TEST_F(OnuMove, GetsANumberThatNoOtherLinkOfTheNewCardHas) {
     const auto* const same = &moved();
     ASSERT_TRUE(moveTo(2, 0));
