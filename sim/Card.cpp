@@ -57,6 +57,7 @@ void Card::loseSlot() {
 void Card::enterSlot() {
     present = true;
     resetting = true;
+    lastSequence = 0;
     ++incarnation;
 }
 

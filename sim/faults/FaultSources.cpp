@@ -27,7 +27,7 @@ Alarm alarmOf(const FaultSettings& settings, const Card& card) {
 
 bool sendAlarm(Fault& fault, const SourceTurn& turn) {
     // Before it takes a number for an event that nobody gets.
-    if (!turn.card.lastPeer || turn.card.resetting) {
+    if (!turn.card.lastPeer || turn.card.resetting || !turn.card.present) {
         return false;
     }
     auto alarm = alarmOf(fault.settings(), turn.card);
@@ -53,7 +53,9 @@ Endpoint garbageEndpoint(const FaultSettings& settings, const Card& card) {
 }
 
 bool sendGarbage(Fault& fault, const SourceTurn& turn) {
-    if (!turn.card.lastPeer) {
+    // A stranger doesn't care whether there is a card.
+    const bool isThere = turn.card.present || fault.settings().stranger;
+    if (!turn.card.lastPeer || !isThere) {
         return false;
     }
     const auto most = fault.settings().size.value_or(kUsualSize);

@@ -98,6 +98,13 @@ TEST_F(CardSlot, InsertedCardStartsAndSendsOltReadyAndItsOnusRegister) {
     EXPECT_TRUE(onu(1, 1).discovered);
 }
 
+TEST_F(CardSlot, InsertedCardCountsItsEventsFromOneWhateverWasTriedMeanwhile) {
+    act(pullCard);
+    chassis->onuNetwork().report(card(), {});
+    act(insertCard);
+    EXPECT_EQ(card().nextSequence(), 1U);
+}
+
 TEST_F(CardSlot, InsertedCardHasWhatItsStorageHolds) {
     mark();
     act(pullCard);

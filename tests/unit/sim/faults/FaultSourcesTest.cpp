@@ -79,6 +79,31 @@ TEST_F(FaultSourcesTest, EventBurstWaitsForAManagerAndTakesNoNumbersMeanwhile) {
                                             "05000db6000001000011010100"));
 }
 
+TEST_F(FaultSourcesTest, EventBurstAtAnEmptySlotTakesNoNumbers) {
+    askCard();
+    chassis->pull(card());
+    takeDeparted();
+    addFault("event-burst", R"({"card":1,"rate":100})");
+    advance(0ms);
+    advance(10ms);
+    EXPECT_EQ(wire->faults().find(1)->passedBy(), 2U);
+    EXPECT_EQ(card().lastSequence, 0U);
+    EXPECT_THAT(takeDeparted(), IsEmpty());
+}
+
+TEST_F(FaultSourcesTest, GarbageDoesNotLeaveAnEmptySlotUnlessItIsAStrangers) {
+    askCard();
+    chassis->pull(card());
+    takeDeparted();
+    addFault("garbage", R"({"card":1,"rate":100})");
+    advance(0ms);
+    EXPECT_THAT(takeDeparted(), IsEmpty());
+    EXPECT_EQ(wire->faults().find(1)->passedBy(), 1U);
+    addFault("garbage", R"({"card":1,"count":1,"stranger":true})");
+    advance(0ms);
+    EXPECT_EQ(takeDeparted().size(), 1U);
+}
+
 TEST_F(FaultSourcesTest, EventBurstIsAboutTheOnuThatIsNamed) {
     settings.onusPerPort = 1;
     settings.configured = true;
