@@ -50,6 +50,11 @@ Card* Chassis::findCard(int slot) {
     return found == allCards.end() ? nullptr : &*found;
 }
 
+bool Chassis::isPortOfTheCards(std::uint16_t port) const {
+    return std::ranges::any_of(allCards,
+                               [port](const Card& card) { return card.address.port == port; });
+}
+
 Chassis::OnuPlace Chassis::findOnu(const OnuAddress& installed) {
     for (auto& card : allCards) {
         if (auto* const onu = card.findOnu(installed)) {

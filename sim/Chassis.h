@@ -59,6 +59,9 @@ public:
     /// Null when the slot has no card.
     Card* findCard(int slot);
 
+    /// The UDP port of one of the cards; all have the same.
+    bool isPortOfTheCards(std::uint16_t port) const;
+
     /// An ONU and the card that it hangs at now.
     struct OnuPlace {
         Card* card = nullptr;

@@ -28,6 +28,7 @@ const Fault& ChassisWire::addFault(FaultSettings settings) {
     if (settings.slot) {
         cardInSlot(*settings.slot, chassis);
     }
+    requireThatItCanHit(settings);
     auto opened = openWhatIsNeeded(settings);
     const auto& fault = table.add(std::move(settings));
     if (!opened.empty()) {
@@ -37,6 +38,14 @@ const Fault& ChassisWire::addFault(FaultSettings settings) {
         sources.start(fault);
     }
     return fault;
+}
+
+void ChassisWire::requireThatItCanHit(const FaultSettings& settings) const {
+    const auto& port = settings.port;
+    if (port && chassis.isPortOfTheCards(*port)) {
+        throw ControlError("--port: " + std::to_string(*port) +
+                           " is the cards' own; allowed: any other");
+    }
 }
 
 void ChassisWire::removeFault(std::uint32_t id) {

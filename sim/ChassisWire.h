@@ -40,6 +40,8 @@ public:
     Journal& journal() { return diary; }
 
 private:
+    /// Throws ControlError when what is there now makes the fault one of nothing.
+    void requireThatItCanHit(const FaultSettings& settings) const;
     std::vector<Socket> openWhatIsNeeded(const FaultSettings& settings) const;
 
     Chassis& chassis;

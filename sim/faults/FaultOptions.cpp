@@ -192,6 +192,9 @@ void requireWhatIsNeeded(const FaultSettings& settings) {
     if (name == "delay" && !settings.time) {
         throw UsageError("fault delay needs --time TIME");
     }
+    if (name == "delay" && *settings.time == Duration::zero()) {
+        throw UsageError("--time: '0' can't be used with delay; allowed: more than 0");
+    }
     if (name == "truncate" && settings.bytes.has_value() == settings.to.has_value()) {
         throw UsageError("fault truncate needs either --bytes N or --to N");
     }

@@ -1,5 +1,7 @@
 #include "sim/faults/Treatment.h"
 
+#include <utility>
+
 #include "sim/CardRequests.h"
 #include "sim/Wire.h"
 
@@ -37,9 +39,9 @@ bool alterU16(Bytes& bytes, std::size_t offset, std::optional<std::uint16_t> giv
     if (!holdsU16(bytes, offset)) {
         return false;
     }
-    const auto next = static_cast<std::uint16_t>(u16At(bytes, offset) + 1);
-    putU16(bytes, offset, given.value_or(next));
-    return true;
+    const auto before = u16At(bytes, offset);
+    putU16(bytes, offset, given.value_or(static_cast<std::uint16_t>(before + 1)));
+    return u16At(bytes, offset) != before;
 }
 
 }  // namespace
@@ -106,10 +108,11 @@ bool treatResult(Fault& fault, Treatment& treatment) {
     if (!holdsU16(bytes, kResultOffset)) {
         return false;
     }
+    const auto before = bytes;
     bytes.resize(kAnswerHeaderSize);
     putU16(bytes, kLengthOffset, kLengthOfResult);
     putU16(bytes, kResultOffset, *fault.settings().code);
-    return true;
+    return bytes != before;
 }
 
 bool treatPretend(Fault&, Treatment& treatment) {
@@ -127,8 +130,9 @@ std::uint16_t wrongPort(const FaultSettings& settings, std::uint16_t cardPort) {
 }
 
 bool treatWrongPort(Fault& fault, Treatment& treatment) {
-    treatment.localPort = wrongPort(fault.settings(), treatment.cardPort);
-    return true;
+    const auto before =
+        std::exchange(treatment.localPort, wrongPort(fault.settings(), treatment.cardPort));
+    return treatment.localPort != before;
 }
 
 }  // namespace ponmgr::sim

@@ -180,6 +180,28 @@ TEST_F(FaultKindsTest, GivesAnAnswerAResultAndNoData) {
     EXPECT_THAT(outcomeOf(kEvent), ElementsAre(kEvent));
 }
 
+TEST_F(FaultKindsTest, PassByADatagramThatIsAlreadyAsTheyWouldHaveIt) {
+    const std::string refused = "012d000700020003";
+    add("wrong-id", {{"id", "301"}});
+    add("wrong-length", {{"length", "2"}});
+    add("result", {{"code", "3"}});
+    EXPECT_THAT(outcomeOf(refused), ElementsAre(refused));
+    for (const auto& fault : faults.all()) {
+        EXPECT_EQ(fault->hits(), 0U) << fault->settings().kind->name;
+        EXPECT_EQ(fault->passedBy(), 1U) << fault->settings().kind->name;
+    }
+    EXPECT_TRUE(newest().faults.empty());
+}
+
+TEST_F(FaultKindsTest, SendFromAnotherPortOnceWhenTwoNameTheSame) {
+    add("wrong-port", {{"port", "9"}});
+    add("wrong-port", {{"port", "9"}});
+    send(kAnswer);
+    EXPECT_EQ(faults.find(1)->hits(), 1U);
+    EXPECT_EQ(faults.find(2)->hits(), 0U);
+    EXPECT_EQ(faults.find(2)->passedBy(), 1U);
+}
+
 TEST_F(FaultKindsTest, HasAnAnswerComeLateAfterTheWholeExchange) {
     add("late");
     send(kAnswer);

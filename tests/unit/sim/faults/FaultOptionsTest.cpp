@@ -132,6 +132,10 @@ const Mistake kMistakes[] = {
      "fault event-burst takes no --direction; its options: --card, --start, --for, --count, "
      "--probability, --rate, --alarm, --target"},
     {"NoDelay", "delay", {}, "fault delay needs --time TIME"},
+    {"DelayOfNothing",
+     "delay",
+     {{"time", "0"}},
+     "--time: '0' can't be used with delay; allowed: more than 0"},
     {"NoCut", "truncate", {}, "fault truncate needs either --bytes N or --to N"},
     {"TwoCuts",
      "truncate",

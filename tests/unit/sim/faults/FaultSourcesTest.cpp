@@ -26,6 +26,12 @@ TEST_F(FaultSourcesTest, WrongPortIsRefusedWhenSomebodyHasThePort) {
     EXPECT_TRUE(addFault("wrong-port", R"({"port":15,"card":1})").contains("fault"));
 }
 
+TEST_F(FaultSourcesTest, WrongPortIsRefusedWhenItIsTheRightOne) {
+    EXPECT_EQ(addFault("wrong-port", R"({"port":14113})").at("error"),
+              "--port: 14113 is the cards' own; allowed: any other");
+    EXPECT_TRUE(wire->faults().all().empty());
+}
+
 TEST_F(FaultSourcesTest, WrongPortIsRefusedWithoutAnySocketLeftOpen) {
     busy = Endpoint{0x7F000102, 14114};
     EXPECT_TRUE(addFault("wrong-port").contains("error"));
