@@ -46,6 +46,9 @@ void ChassisWire::requireThatItCanHit(const FaultSettings& settings) const {
         throw ControlError("--port: " + std::to_string(*port) +
                            " is the cards' own; allowed: any other");
     }
+    if (settings.target && settings.target->tag != EntityTag::oltPort) {
+        placeOfOnu(chassis, settings.target->onu);
+    }
 }
 
 void ChassisWire::removeFault(std::uint32_t id) {

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 #include "sim/NamedTable.h"
 #include "sim/OptionValues.h"
 
@@ -15,6 +17,15 @@ std::string existingSlots(Chassis& chassis) {
         slots.push_back(std::to_string(card.slot));
     }
     return joined(slots);
+}
+
+std::size_t installedPerPort(Chassis& chassis, int slot) {
+    std::size_t count = 0;
+    for (const auto& card : chassis.cards()) {
+        count += static_cast<std::size_t>(std::ranges::count_if(
+            card.onus, [&](const Onu& onu) { return onu.address.slot == slot; }));
+    }
+    return count / kPonPorts;
 }
 
 }  // namespace
@@ -59,6 +70,17 @@ void requirePresent(const Card& card) {
         throw ControlError("slot " + std::to_string(card.slot) +
                            " is empty; insert the card first");
     }
+}
+
+Chassis::OnuPlace placeOfOnu(Chassis& chassis, const OnuAddress& address) {
+    const auto place = chassis.findOnu(address);
+    if (place.onu == nullptr) {
+        cardInSlot(address.slot, chassis);
+        throw ControlError("no ONU " + toText(address) + "; slot " + std::to_string(address.slot) +
+                           " has " + std::to_string(installedPerPort(chassis, address.slot)) +
+                           " at a port");
+    }
+    return place;
 }
 
 Card& cardMember(const Json& request, Chassis& chassis) {

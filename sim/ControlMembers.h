@@ -19,6 +19,9 @@ std::int64_t numberMember(const Json& request, const char* name, std::int64_t mo
 Card& cardMember(const Json& request, Chassis& chassis);
 Card& cardInSlot(int slot, Chassis& chassis);
 
+/// The ONU and the card that it hangs at now.
+Chassis::OnuPlace placeOfOnu(Chassis& chassis, const OnuAddress& address);
+
 /// Throws ControlError when the card was pulled.
 void requirePresent(const Card& card);
 

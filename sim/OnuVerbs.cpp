@@ -2,8 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-
 #include "sim/AlarmNames.h"
 #include "sim/ControlMembers.h"
 #include "sim/EntityAddress.h"
@@ -22,27 +20,6 @@ struct Subject {
     Card& card;
     Onu& onu;
 };
-
-std::size_t installedPerPort(Chassis& chassis, int slot) {
-    std::size_t count = 0;
-    for (const auto& card : chassis.cards()) {
-        count += static_cast<std::size_t>(std::ranges::count_if(
-            card.onus, [&](const Onu& onu) { return onu.address.slot == slot; }));
-    }
-    return count / kPonPorts;
-}
-
-/// The ONU and the card that it hangs at now.
-Chassis::OnuPlace placeOf(Chassis& chassis, const OnuAddress& address) {
-    const auto place = chassis.findOnu(address);
-    if (place.onu == nullptr) {
-        cardInSlot(address.slot, chassis);
-        throw ControlError("no ONU " + toText(address) + "; slot " + std::to_string(address.slot) +
-                           " has " + std::to_string(installedPerPort(chassis, address.slot)) +
-                           " at a port");
-    }
-    return place;
-}
 
 /// An event can go out only when a manager has spoken to the card.
 void requireManager(const Card& card) {
@@ -161,7 +138,7 @@ Json actOnOnu(Chassis& chassis, const Json& request) {
     const auto address = parseOnuAddress("onu", textMember(request, "onu"));
     const auto& action =
         entryNamed<ControlError>(kOnuActions, textMember(request, "action"), "action");
-    const auto place = placeOf(chassis, address);
+    const auto place = placeOfOnu(chassis, address);
     action.act({chassis, *place.card, *place.onu}, request);
     return onuDetails(*chassis.findCard(place.onu->slot), *place.onu);
 }
@@ -185,7 +162,7 @@ Json reportAlarm(Chassis& chassis, const Json& request) {
     const auto& state =
         entryNamed<ControlError>(kAlarmStates, textMember(request, "state"), "state");
     const bool ofPort = subject.tag == EntityTag::oltPort;
-    auto& card = ofPort ? cardInSlot(subject.slot, chassis) : *placeOf(chassis, subject.onu).card;
+    auto& card = ofPort ? cardInSlot(subject.slot, chassis) : *placeOfOnu(chassis, subject.onu).card;
     const auto& mac = ofPort ? card.identity.mac : card.findOnu(subject.onu)->mac;
     requireManager(card);
     requireSent(card, chassis.onuNetwork().report(

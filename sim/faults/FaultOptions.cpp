@@ -4,9 +4,11 @@
 #include <vector>
 
 #include "sim/AlarmNames.h"
+#include "sim/CardRequests.h"
 #include "sim/NamedTable.h"
 #include "sim/OptionValues.h"
 #include "sim/RequestNames.h"
+#include "sim/Wire.h"
 
 namespace ponmgr::sim {
 
@@ -187,6 +189,34 @@ void refuseUnknown(const FaultKind& kind, const FaultTexts& texts) {
     }
 }
 
+/// What keeps a kind from ever hitting this message, as what is allowed instead; empty when nothing
+/// does.
+std::string_view whyNeverHit(const FaultSettings& settings) {
+    const auto id = *settings.messageId;
+    const auto scope = settings.kind->scope;
+    if (scope == FaultKind::Scope::settings && !isSetting(id)) {
+        return "requests to set or do something, such as Set Path";
+    }
+    if (id < kFirstEventId) {
+        return {};
+    }
+    if (scope == FaultKind::Scope::answers) {
+        return "requests, whose answers it hits";
+    }
+    return settings.fromCard ? "" : "requests, or --direction out: events only go out";
+}
+
+void requireThatItCanHit(const FaultSettings& settings) {
+    if (settings.duration == Duration::zero()) {
+        throw UsageError("--for: '0' can't be used; allowed: more than 0");
+    }
+    const auto allowed = settings.messageId ? whyNeverHit(settings) : "";
+    if (!allowed.empty()) {
+        throw UsageError("--request: '" + settings.texts.at("request") + "' can't be used with " +
+                         settings.kind->name + "; allowed: " + std::string(allowed));
+    }
+}
+
 void requireWhatIsNeeded(const FaultSettings& settings) {
     const std::string name = settings.kind->name;
     if (name == "delay" && !settings.time) {
@@ -237,6 +267,7 @@ FaultSettings parseFault(const std::string& kind, const FaultTexts& texts) {
         }
     }
     requireWhatIsNeeded(settings);
+    requireThatItCanHit(settings);
     if (settings.target) {
         settings.slot = settings.target->slot;
     }
