@@ -126,6 +126,8 @@ Finished follow(const ControlCommand& command, const ControlOptions& options) {
             std::this_thread::sleep_for(kFollowPause);
         }
         request["after"] = reply.at("seen");
+        // "--last" is about what was there before; of what comes, all is wanted.
+        request["last"] = kJournalPage;
     }
     return {kExitOk, "", ""};
 }

@@ -198,6 +198,28 @@ TEST(JournalCommand, FollowsUntilTheSimulatorEnds) {
     EXPECT_THAT(numbers, testing::ElementsAre(1, 2, 3, 4));
 }
 
+TEST(JournalCommand, FollowsWhatComesAlsoWithoutShowingWhatIsThere) {
+    auto running = std::make_unique<RunningSimulator>();
+    const Manager manager;
+    const auto askOnce = [&manager] {
+        manager.send("127.0.1.1", "0008 0001 0000");
+        EXPECT_EQ(manager.receive(), "0008000100020000");
+    };
+    askOnce();
+    PrintedLines printed;
+    auto end = std::async(std::launch::async, [] {
+        return run({"journal", "--follow", "--last", "0", "--json"});
+    });
+    // When it has begun to follow can't be seen.
+    EXPECT_TRUE(test::waitFor([&] {
+        askOnce();
+        return printed.all().size() >= 4;
+    }));
+    running.reset();
+    end.get();
+    EXPECT_GT(Json::parse(printed.all().front()).at("number").get<int>(), 2);
+}
+
 TEST(JournalCommand, FilesAreWrittenWhileTheSimulatorRuns) {
     auto options = RunningSimulator::defaults();
     options.journalFile = "/tmp/journal.jsonl";
