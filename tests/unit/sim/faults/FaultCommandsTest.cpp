@@ -16,6 +16,7 @@
 #include "../RunningSimulator.h"
 #include "sim/ControlCommands.h"
 #include "sim/ControlJson.h"
+#include "sim/faults/FaultKind.h"
 #include "support/WaitFor.h"
 
 namespace ponmgr::sim {
@@ -64,7 +65,7 @@ TEST(FaultCommands, KindsPrintsOneLineAKind) {
     const RunningSimulator running;
     const auto text = run({"fault", "kinds"}).output;
     EXPECT_THAT(text, StartsWith("drop: goes no further\ndelay: goes on after --time\n"));
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 15);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), std::ssize(faultKinds()));
 }
 
 TEST(FaultCommands, AddAnswersFromAnotherPort) {
