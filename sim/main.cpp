@@ -10,6 +10,7 @@
 #include "sim/ControlCommands.h"
 #include "sim/OptionValues.h"
 #include "sim/Options.h"
+#include "sim/PrintedResult.h"
 #include "sim/Scenario.h"
 #include "sim/ScenarioPlayer.h"
 #include "sim/Simulator.h"
@@ -19,9 +20,7 @@ namespace {
 using namespace ponmgr::sim;
 
 int show(const Finished& finished) {
-    std::cout << finished.output << std::flush;
-    std::cerr << finished.errorOutput;
-    return finished.status;
+    return printResult(finished, std::cout, std::cerr);
 }
 
 /// Until a signal comes, or the scenario has ended and is to end the simulator.

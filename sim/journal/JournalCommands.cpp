@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <iostream>
 #include <thread>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "sim/ControlCommand.h"
 #include "sim/NamedTable.h"
 #include "sim/OptionValues.h"
+#include "sim/PrintedResult.h"
 #include "sim/journal/Journal.h"
 #include "sim/journal/JournalVerbs.h"
 
@@ -115,13 +117,17 @@ Finished showLast(const ControlCommand& command, const ControlOptions& options) 
 Finished follow(const ControlCommand& command, const ControlOptions& options) {
     ControlClient client(options.controlPath);
     auto request = command.request;
-    while (std::cout.good()) {
+    while (true) {
         const auto reply = client.request(request, command.patience);
         const auto error = errorIn(reply);
         if (!error.empty()) {
             return failure(kExitFailed, error, options.json);
         }
+        errno = 0;
         show(reply, options.json);
+        if (!std::cout.good()) {
+            return unwritableOutput();
+        }
         if (reply.at("entries").empty()) {
             std::this_thread::sleep_for(kFollowPause);
         }
@@ -129,7 +135,6 @@ Finished follow(const ControlCommand& command, const ControlOptions& options) {
         // "--last" is about what was there before; of what comes, all is wanted.
         request["last"] = kJournalPage;
     }
-    return {kExitOk, "", ""};
 }
 
 std::uint32_t parseLast(const std::string& text) {
