@@ -42,6 +42,8 @@ void Card::beginReset() {
 void Card::loseVolatile() {
     if (nvsCurrent) {
         stored = configuration;
+    } else {
+        configuration = CardConfiguration::factory();
     }
     takeLinksDown();
     lastSequence = 0;

@@ -122,6 +122,16 @@ TEST_F(CardSlot, InsertedCardWithoutStorageHasForgottenAll) {
     EXPECT_EQ(card().stateWord(), "blank");
 }
 
+TEST_F(CardSlot, PulledCardWithoutStorageHasForgottenAllAtOnce) {
+    card().nvsCurrent = false;
+    mark();
+    EXPECT_EQ(resultOf(385, "000db6010001"), 0);
+    const auto details = act(pullCard);
+    EXPECT_FALSE(card().configuration.isMarked());
+    EXPECT_FALSE(isKnown(card().configuration, onu(0, 1)));
+    EXPECT_EQ(details.at("marker"), false);
+}
+
 TEST_F(CardSlot, CardInsertedFromTheFactoryHasForgottenItsStorageToo) {
     mark();
     EXPECT_EQ(resultOf(302, "00"), 0);
