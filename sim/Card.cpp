@@ -33,6 +33,13 @@ Card::Card(int slotNumber, Endpoint boundTo) : slot(slotNumber), address(boundTo
     identity.mac = macOf(slot, 0);
 }
 
+void Card::drawOptics() {
+    for (auto& typical : typicalOptics) {
+        typical = typicalPortOptics(random);
+    }
+    optics = typicalOptics;
+}
+
 void Card::beginReset() {
     loseVolatile();
     resetting = true;
@@ -68,7 +75,7 @@ void Card::replace(const std::array<std::uint8_t, 2>& productCode) {
     identity = CardIdentity{};
     identity.mac = macOf(slot, swaps);
     identity.productCode = productCode;
-    optics = {};
+    drawOptics();
     muted = false;
     restoreFactory();
 }

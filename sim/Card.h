@@ -49,6 +49,7 @@ struct Card {
     Endpoint address;
     CardIdentity identity;
     std::array<PortOptics, kPonPorts> optics;
+    std::array<PortOptics, kPonPorts> typicalOptics;
     /// Those that hang at its two ports, by where they were installed.
     OnuList onus;
     /// Copies of those that have moved to other cards, as they left. The card remembers their links
@@ -63,7 +64,7 @@ struct Card {
     /// What the non-volatile storage held when it was last in use.
     CardConfiguration stored = CardConfiguration::factory();
 
-    /// Of its modules' drift.
+    /// Of its modules: what is typical of them, and their drift.
     Random random{0};
 
     /// Plugged into its slot.
@@ -85,6 +86,8 @@ struct Card {
 
     bool isSilent() const { return !present || resetting || muted; }
 
+    /// It gets other modules.
+    void drawOptics();
     void beginReset();
     /// As it is without power: silent, and without what its storage doesn't hold.
     void loseSlot();

@@ -17,6 +17,7 @@ Card makeCard(int slot, const ChassisSettings& settings) {
     card.nvsAfterNextBoot = card.nvsCurrent;
     card.random = Random(std::uint64_t{settings.seed} << 8 | static_cast<unsigned>(slot));
     card.onus = makeOnus(slot, settings.onusPerPort, card.random);
+    card.drawOptics();
     if (settings.configured) {
         bringUnderManagement(card);
     }
@@ -212,8 +213,8 @@ bool Chassis::emit(Card& card, std::span<const std::uint8_t> event) {
 
 void Chassis::driftOptics() {
     for (auto& card : allCards) {
-        for (auto& optics : card.optics) {
-            drift(optics, card.random);
+        for (std::size_t port = 0; port < card.optics.size(); ++port) {
+            drift(card.optics.at(port), card.typicalOptics.at(port), card.random);
         }
         for (auto& onu : card.onus) {
             drift(onu.optics, onu.typical, card.random);

@@ -25,10 +25,10 @@ constexpr Course<OnuOptics> kOnuCourses[] = {
 };
 
 constexpr Course<PortOptics> kPortCourses[] = {
-    {&PortOptics::transmitPower, 0, 400, 20},
-    {&PortOptics::supplyVoltage, 0, 100, 5},
-    {&PortOptics::biasCurrent, 0, 150, 8},
-    {&PortOptics::temperature, 0, 768, 16},
+    {&PortOptics::transmitPower, 1500, 400, 20},
+    {&PortOptics::supplyVoltage, 300, 100, 5},
+    {&PortOptics::biasCurrent, 500, 150, 8},
+    {&PortOptics::temperature, 1280, 768, 16},
 };
 
 /// What leaves the card, less the splitter, in 0.1 uW; and what a kilometre of fibre takes.
@@ -50,6 +50,15 @@ void step(Optics& now, const Optics& typical, const Course<Optics> (&courses)[co
     }
 }
 
+/// Moves each reading by how much this module differs from others.
+template <typename Optics, std::size_t count>
+void spread(Optics& optics, const Course<Optics> (&courses)[count], Random& random) {
+    for (const auto& course : courses) {
+        const auto offset = random.between(-course.spread, course.spread);
+        optics.*course.reading = moved(optics.*course.reading, offset, 1, UINT16_MAX);
+    }
+}
+
 }  // namespace
 
 std::uint16_t attenuated(std::uint16_t power, double decibels) {
@@ -60,10 +69,13 @@ std::uint16_t attenuated(std::uint16_t power, double decibels) {
 OnuOptics typicalOptics(unsigned metres, Random& random) {
     OnuOptics optics;
     optics.powerIn = attenuated(kBehindTheSplitter, metres * kDecibelsPerMetre);
-    for (const auto& course : kOnuCourses) {
-        const auto offset = random.between(-course.spread, course.spread);
-        optics.*course.reading = moved(optics.*course.reading, offset, 1, UINT16_MAX);
-    }
+    spread(optics, kOnuCourses, random);
+    return optics;
+}
+
+PortOptics typicalPortOptics(Random& random) {
+    PortOptics optics;
+    spread(optics, kPortCourses, random);
     return optics;
 }
 
@@ -71,8 +83,8 @@ void drift(OnuOptics& now, const OnuOptics& typical, Random& random) {
     step(now, typical, kOnuCourses, random);
 }
 
-void drift(PortOptics& now, Random& random) {
-    step(now, PortOptics{}, kPortCourses, random);
+void drift(PortOptics& now, const PortOptics& typical, Random& random) {
+    step(now, typical, kPortCourses, random);
 }
 
 }  // namespace ponmgr::sim

@@ -30,9 +30,12 @@ struct OnuOptics {
 /// What an ONU at the end of a fibre of `metres` typically reads; no two modules are quite alike.
 OnuOptics typicalOptics(unsigned metres, Random& random);
 
+/// The same for the module of a PON port.
+PortOptics typicalPortOptics(Random& random);
+
 /// One step of each reading, up or down, never far from what is typical.
 void drift(OnuOptics& now, const OnuOptics& typical, Random& random);
-void drift(PortOptics& now, Random& random);
+void drift(PortOptics& now, const PortOptics& typical, Random& random);
 
 /// A power with `decibels` less, at least 1.
 std::uint16_t attenuated(std::uint16_t power, double decibels);

@@ -200,5 +200,17 @@ TEST_F(OnuNetworkTest, ReadingsChangeAtTheirIntervalTheSameWayWithTheSameSeed) {
     EXPECT_NE(card().optics[0], PortOptics{});
 }
 
+TEST_F(OnuNetworkTest, ReadingsOfTheCardsModulesAreThoseOfTheSeed) {
+    const auto first = card().optics;
+    build();
+    EXPECT_EQ(card().optics, first);
+    EXPECT_NE(card().optics[0], card().optics[1]);
+    EXPECT_NE(card(2).optics, first);
+    settings.seed = 2;
+    build();
+    EXPECT_NE(card().optics, first);
+    EXPECT_NEAR(card().optics[0].transmitPower, 20000, 1500);
+}
+
 }  // namespace
 }  // namespace ponmgr::sim
