@@ -1,6 +1,8 @@
 """The daemon and the database manager while cards and ONUs come and go: what the simulator says is
 true ends up in the inventory."""
 
+import math
+import re
 import subprocess
 from pathlib import Path
 
@@ -67,6 +69,67 @@ def test_an_onu_plugged_in_at_another_card_is_found_there(chassis):
     assert ("2", "1", "00:0d:b6:01:00:01") in inventory()[1]
     # the old card forgets it once the daemon has found it gone
     wait_for(lambda: control("card", "1", "get")["departed_links"] == [])
+
+
+def known(mac):
+    """The ONU as the database manager shows it."""
+    return next((onu for onu in ask("dbman", "onu", "list")["onus"] if onu["mac_address"] == mac), None)
+
+
+def decibels(power):
+    """A level in dBm, of the wire's 0.1 uW."""
+    return 10 * math.log10(power / 10_000)
+
+
+def test_an_onu_that_fades_is_seen_with_the_weaker_level(chassis):
+    fading = Path("/tmp/fading.jsonl")
+    fading.write_text('{"at": 0, "ctl": "onu 3/0/0 fade 10"}\n')
+    chassis("3", "--onus", "1", "--configured", "--optics-interval", "0", "--scenario", str(fading))
+
+    def level():
+        text = known("00:0d:b6:03:00:00")["tx_power_input"]
+        return float(text) if re.fullmatch(r"-?[0-9.]+", text) else None
+
+    wait_for(lambda: level() is not None, 60)
+    control("onu", "3/0/0", "fade", "0")
+    whole = decibels(control("onu", "3/0/0", "get")["optics"]["power_in"])
+    assert abs(level() - (whole - 10)) < 0.2, (level(), whole)
+
+
+def test_a_card_of_another_product_is_shown_without_a_mac_and_without_onus(chassis):
+    chassis("1", "--onus", "2", "--configured", "--reset-time", "1s")
+    control("card", "1", "swap", "--product-code", "3724")
+    wait_for(lambda: ask("dbman", "card", "list")["cards"][0]["mac_address"] == "", 60)
+    card, = control("truth")["cards"]
+    assert (card["mac"], card["managed"]) == ("00:0d:b6:00:01:01", False)
+    # asked who it is once and again, and told to do nothing
+    told = "000db60001010053000db63724"
+    wait_for(lambda: sum(entry["direction"] == "out" and entry["id"] == 7 and told in entry["hex"]
+                         for entry in control("journal", "--last", "10000")["entries"]) >= 3, 60)
+    assert control("card", "1", "get")["state"] == "factory"
+
+
+def test_an_onu_that_moves_to_the_other_port_of_its_card_is_shown_there(chassis):
+    chassis("3", "--onus", "2", "--configured")
+    assert known("00:0d:b6:03:00:01")["pon_port"] == "0"
+    control("onu", "3/0/1", "move", "1")
+    wait_for_agreement(60)
+    assert ("3", "1", "00:0d:b6:03:00:01") in inventory()[1]
+    events = ask("dbman", "alarm", "history")["events"]
+    assert [event["alarm"] for event in events] == ["ONU Link Moved Between PON Ports"]
+
+
+def test_an_onu_without_power_is_shown_off_line_by_its_dying_gasp(chassis):
+    chassis("3", "--onus", "2", "--configured")
+    control("onu", "3/1/0", "power-off")
+    wait_for(lambda: known("00:0d:b6:03:01:00")["state"] == "off-line", 60)
+    assert known("00:0d:b6:03:01:00")["alarm_message"] == "Standard Dying Gasp"
+    event, = ask("dbman", "alarm", "history")["events"]
+    assert (event["alarm"], event["state"]) == ("Standard Dying Gasp", "raised")
+    assert "00:0d:b6:03:01:00" in event["resource"]
+    control("onu", "3/1/0", "power-on")
+    wait_in_service()
+    wait_for_agreement()
 
 
 def test_a_configured_card_has_all_that_the_daemon_sets(chassis):
