@@ -18,6 +18,10 @@ Card makeCard(int slot, const ChassisSettings& settings) {
     card.random = Random(std::uint64_t{settings.seed} << 8 | static_cast<unsigned>(slot));
     card.onus = makeOnus(slot, settings.onusPerPort, card.random);
     card.drawOptics();
+    for (auto& onu : card.onus) {
+        onu.random = Random(std::uint64_t{settings.seed} << 32 |
+                            static_cast<std::uint32_t>(linkKey(onu.mac)));
+    }
     if (settings.configured) {
         bringUnderManagement(card);
     }
@@ -217,7 +221,7 @@ void Chassis::driftOptics() {
             drift(card.optics.at(port), card.typicalOptics.at(port), card.random);
         }
         for (auto& onu : card.onus) {
-            drift(onu.optics, onu.typical, card.random);
+            drift(onu.optics, onu.typical, onu.random);
         }
     }
     timers.after(opticsInterval, [this] { driftOptics(); });

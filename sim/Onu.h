@@ -62,6 +62,8 @@ struct Onu {
 
     OnuOptics optics;
     OnuOptics typical;
+    /// Of its module's drift, wherever it hangs.
+    Random random{0};
     double fadeDecibels = 0;
 
     /// The readings as its module shows them, with the fade.

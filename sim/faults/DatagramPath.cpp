@@ -102,6 +102,7 @@ bool DatagramPath::onBehalfOf(std::uint32_t fault, const std::function<bool()>& 
 Treatment DatagramPath::treat(int slot, Direction direction, Endpoint local,
                               std::span<const std::uint8_t> bytes) {
     Treatment treatment;
+    treatment.slot = slot;
     treatment.bytes.assign(bytes.begin(), bytes.end());
     treatment.cardPort = local.port;
     treatment.localPort = local.port;
@@ -114,7 +115,7 @@ Treatment DatagramPath::treat(int slot, Direction direction, Endpoint local,
             break;
         }
         if (fault->concerns(slot, direction, bytes, now)) {
-            const bool hit = fault->strikes() && fault->settings().kind->treat(*fault, treatment);
+            const bool hit = fault->strikes(slot) && fault->settings().kind->treat(*fault, treatment);
             fault->count(hit);
             if (hit) {
                 treatment.faults.push_back(fault->id());

@@ -12,11 +12,12 @@ constexpr std::int64_t kChances = 1'000'000'000;
 
 }  // namespace
 
-Fault::Fault(std::uint32_t ownNumber, FaultSettings given, TimePoint added, std::uint32_t seed)
+Fault::Fault(std::uint32_t ownNumber, FaultSettings given, TimePoint added,
+             std::uint32_t randomSeed)
     : number(ownNumber),
       wanted(std::move(given)),
       start(added + wanted.start),
-      random(std::uint64_t{seed} << 32 | ownNumber) {
+      seed(randomSeed) {
     if (wanted.duration) {
         end = start + *wanted.duration;
     }
@@ -46,8 +47,13 @@ bool Fault::concerns(int slot, Direction direction, std::span<const std::uint8_t
     return !wanted.messageId || (!reader.failed() && *wanted.messageId == messageId);
 }
 
-bool Fault::strikes() {
-    return wanted.probability >= 1 || static_cast<double>(random.between(0, kChances - 1)) <
+Random& Fault::randomOf(int slot) {
+    const auto own = std::uint64_t{seed} << 32 | (static_cast<std::uint32_t>(slot) << 28 ^ number);
+    return randoms.try_emplace(slot, own).first->second;
+}
+
+bool Fault::strikes(int slot) {
+    return wanted.probability >= 1 || static_cast<double>(choose(slot, 0, kChances - 1)) <
                                           wanted.probability * static_cast<double>(kChances);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 
@@ -28,10 +29,13 @@ public:
     bool concerns(int slot, Direction direction, std::span<const std::uint8_t> bytes,
                   TimePoint now) const;
 
-    /// Whether chance has it hit; asked once for each datagram that it concerns.
-    bool strikes();
+    /// Whether chance has it hit at the card in `slot`; asked once for each datagram that it
+    /// concerns.
+    bool strikes(int slot);
     /// From `low` to `high`, both included.
-    std::int64_t choose(std::int64_t low, std::int64_t high) { return random.between(low, high); }
+    std::int64_t choose(int slot, std::int64_t low, std::int64_t high) {
+        return randomOf(slot).between(low, high);
+    }
 
     /// Datagrams that it has hit or sent, and those that it concerned but has let pass, or couldn't
     /// send.
@@ -40,11 +44,16 @@ public:
     void count(bool hit) { ++(hit ? hitCount : passedByCount); }
 
 private:
+    Random& randomOf(int slot);
+
     std::uint32_t number;
     FaultSettings wanted;
     TimePoint start;
     std::optional<TimePoint> end;
-    Random random;
+    std::uint32_t seed;
+    /// Each card has its own chance, by its slot: what befalls it doesn't hang on how its datagrams
+    /// and those of other cards alternate.
+    std::map<int, Random> randoms;
     std::uint64_t hitCount = 0;
     std::uint64_t passedByCount = 0;
 };

@@ -59,9 +59,10 @@ bool sendGarbage(Fault& fault, const SourceTurn& turn) {
         return false;
     }
     const auto most = fault.settings().size.value_or(kUsualSize);
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(fault.choose(1, most)));
-    std::ranges::generate(bytes,
-                          [&] { return static_cast<std::uint8_t>(fault.choose(0, UINT8_MAX)); });
+    const int slot = turn.card.slot;
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(fault.choose(slot, 1, most)));
+    std::ranges::generate(
+        bytes, [&] { return static_cast<std::uint8_t>(fault.choose(slot, 0, UINT8_MAX)); });
     return turn.path.sendOfFault(fault.id(), turn.card.slot,
                                  garbageEndpoint(fault.settings(), turn.card), *turn.card.lastPeer,
                                  bytes);
@@ -98,7 +99,7 @@ void FaultSources::sendFrom(Card& card, Fault& fault) {
     if (concerned && fault.state(timers.now()) == Fault::State::active) {
         auto& before = sent[{fault.id(), card.slot}];
         const bool hit =
-            fault.strikes() && settings.kind->send(fault, {chassis, path, card, before});
+            fault.strikes(card.slot) && settings.kind->send(fault, {chassis, path, card, before});
         before += hit ? 1U : 0U;
         fault.count(hit);
     }

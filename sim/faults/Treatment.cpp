@@ -86,7 +86,8 @@ bool treatFlipBit(Fault& fault, Treatment& treatment) {
     }
     const auto bit =
         wanted ? std::size_t{*wanted}
-               : static_cast<std::size_t>(fault.choose(0, static_cast<std::int64_t>(bits) - 1));
+               : static_cast<std::size_t>(
+                     fault.choose(treatment.slot, 0, static_cast<std::int64_t>(bits) - 1));
     bytes.at(bit / 8) = static_cast<std::uint8_t>(bytes.at(bit / 8) ^ (0x80U >> (bit % 8)));
     return true;
 }

@@ -11,6 +11,8 @@ namespace ponmgr::sim {
 
 /// What the faults make of one datagram, one after another.
 struct Treatment {
+    /// Of the card that it passes.
+    int slot = 0;
     std::vector<std::uint8_t> bytes;
     /// Those that have hit it.
     std::vector<std::uint32_t> faults;

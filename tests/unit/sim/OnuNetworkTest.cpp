@@ -212,5 +212,19 @@ TEST_F(OnuNetworkTest, ReadingsOfTheCardsModulesAreThoseOfTheSeed) {
     EXPECT_NEAR(card().optics[0].transmitPower, 20000, 1500);
 }
 
+TEST_F(OnuNetworkTest, ReadingsOfAnOnuDriftTheSameWhereverTheOthersHang) {
+    settings.opticsInterval = 1s;
+    std::vector<OnuOptics> ends;
+    for (const bool moves : {false, true}) {
+        build();
+        if (moves) {
+            chassis->onuNetwork().move(card(1), onu(0, 0), card(2), 0);
+        }
+        eventsOf(20s);
+        ends.push_back(onu(1, 1).optics);
+    }
+    EXPECT_EQ(ends[0], ends[1]);
+}
+
 }  // namespace
 }  // namespace ponmgr::sim

@@ -191,7 +191,7 @@ std::string choicesWith(std::uint32_t seed, const TimerQueue& timers) {
     auto& fault = table.add(parseFault("drop", {{"probability", "0.5"}}));
     std::string choices;
     for (int i = 0; i < 64; ++i) {
-        choices += fault.strikes() ? 'x' : '.';
+        choices += fault.strikes(kSlot) ? 'x' : '.';
     }
     return choices;
 }

@@ -273,5 +273,19 @@ TEST_F(FaultKindsTest, SendsFromThePortAboveTheCardsUnlessToldOtherwise) {
     EXPECT_EQ(wrongPort({}, 65535), 65534);
 }
 
+TEST_F(FaultKindsTest, HitACardByChanceOfItsOwnHoweverTheCardsAlternate) {
+    auto& alone = add("wrong-ctag", {{"probability", "0.5"}});
+    FaultTable others(seed, timers);
+    auto& shared = others.add(parseFault("wrong-ctag", {{"probability", "0.5"}}));
+    int differ = 0;
+    for (int i = 0; i < 40; ++i) {
+        const bool elsewhere = shared.strikes(4);
+        const bool here = shared.strikes(3);
+        EXPECT_EQ(here, alone.strikes(3)) << i;
+        differ += here == elsewhere ? 0 : 1;
+    }
+    EXPECT_GT(differ, 0);
+}
+
 }  // namespace
 }  // namespace ponmgr::sim
