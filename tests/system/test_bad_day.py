@@ -6,7 +6,7 @@ Two things differ from the morning on purpose, and nothing else does:
 - what happened stays in the history, though every ONU is on-line again and no alarm is raised.
 """
 
-from support.product import SCENARIOS, ask, inventory, wait_for_agreement
+from support.product import SCENARIOS, ask, control, inventory, wait_for_agreement
 
 ONUS = 4
 STORM = 500
@@ -18,11 +18,15 @@ def alarms(*words):
 
 
 def test_a_bad_day_ends_with_the_truth_in_the_inventory(chassis):
-    simulator, _, _ = chassis("1-8", "--onus", str(ONUS), "--reset-time", "1s", "--scenario",
-                        str(SCENARIOS / "bad-day.jsonl"), agree=False)
+    day = (SCENARIOS / "bad-day.jsonl").read_text()
+    simulator, _, _ = chassis("1-8", "--onus", str(ONUS), "--reset-time", "1s", "--journal", "300000",
+                              "--scenario", str(SCENARIOS / "bad-day.jsonl"), agree=False)
     simulator.wait_for_line("bad-day.jsonl ended: ", 150)
     assert any("bad-day.jsonl ended: " in line and " 0 failed" in line for line in simulator.texts())
     wait_for_agreement(60)
+    idle = [fault for fault in range(1, day.count("fault add ") + 1)
+            if not control("journal", "--fault", fault, "--last", "1")["entries"]]
+    assert day.count("fault add ") >= 7 and idle == [], "each fault has hit something"
 
     cards, onus = inventory()
     swapped = {("5", "00:0d:b6:00:01:05")}
