@@ -13,10 +13,6 @@ _chassis_sim_card_actions='get reset pull insert swap mute unmute product-code c
 _chassis_sim_onu_actions='get unplug plug power-off power-on fade move'
 _chassis_sim_fault_kinds='drop delay duplicate reorder truncate flip-bit wrong-ctag wrong-id
     wrong-length result late mute event-burst wrong-port garbage pretend'
-_chassis_sim_fault_options='--card --request --direction --start --for --count --probability --time
-    --copies --limit --bytes --to --bit --id --length --code --rate --alarm --target --port --size
-    --stranger'
-
 # Names have blanks, so they stand a line each.
 _chassis_sim_alarms='Standard Link Fault
 Loss of Signal
@@ -132,6 +128,29 @@ _chassis_sim_targets() {
     _chassis_sim_onus
 }
 
+# The options of a kind of fault: those of all kinds, those of the kinds that treat what passes, and its
+# own.
+_chassis_sim_fault_options() {
+    _chassis_sim_words --card --start --for --count --probability
+    case $1 in
+        event-burst | garbage) ;;
+        *) _chassis_sim_words --request --direction ;;
+    esac
+    case $1 in
+        delay | late) echo --time ;;
+        duplicate) echo --copies ;;
+        reorder) echo --limit ;;
+        truncate) _chassis_sim_words --bytes --to ;;
+        flip-bit) echo --bit ;;
+        wrong-id) echo --id ;;
+        wrong-length) echo --length ;;
+        result) echo --code ;;
+        event-burst) _chassis_sim_words --rate --alarm --target ;;
+        wrong-port) echo --port ;;
+        garbage) _chassis_sim_words --rate --size --stranger ;;
+    esac
+}
+
 # The words that may stand behind those of a command.
 _chassis_sim_next_words() {
     case $1:$#:${2-}:${3-} in
@@ -155,7 +174,7 @@ _chassis_sim_next_words() {
         scenario:1:*) echo status ;;
         fault:1:*) _chassis_sim_words add list remove kinds ;;
         fault:2:add:*) _chassis_sim_words "$_chassis_sim_fault_kinds" ;;
-        fault:*:add:*) _chassis_sim_words "$_chassis_sim_fault_options" ;;
+        fault:*:add:*) _chassis_sim_fault_options "$3" ;;
         fault:2:remove:*)
             echo all
             _chassis_sim_faults

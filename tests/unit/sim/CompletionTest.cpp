@@ -106,10 +106,24 @@ TEST(Completion, OffersEveryCommandAndItsActions) {
     }
 }
 
-TEST(Completion, OffersEveryOptionOfAFaultAndOfTheCommands) {
-    auto all = offered({"ctl", "fault", "add", "drop", "--"});
-    for (const auto& option : faultOptions()) {
-        EXPECT_THAT(all, Contains(std::string("--") + option.name));
+TEST(Completion, OffersTheOptionsOfAKindOfFaultAndNoOthers) {
+    for (const auto& kind : faultKinds()) {
+        Words wanted{"--json", "--control", "--timeout", "--help"};
+        for (const auto& option : optionsOf(kind)) {
+            wanted.push_back("--" + option);
+        }
+        EXPECT_THAT(offered({"ctl", "fault", "add", kind.name, "--"}),
+                    testing::UnorderedElementsAreArray(wanted))
+            << kind.name;
+    }
+}
+
+TEST(Completion, OffersEveryOptionOfTheCommands) {
+    Words all;
+    for (const auto& kind : faultKinds()) {
+        for (const auto& option : optionsOf(kind)) {
+            all.push_back("--" + option);
+        }
     }
     const auto more = offered({"ctl", "journal", "--"});
     all.insert(all.end(), more.begin(), more.end());
