@@ -32,11 +32,15 @@ struct Exchange {
 /// Carries out a request whose payload fits its layout. Changes nothing unless it returns ok.
 using RequestHandler = Result (*)(Exchange&);
 
+/// Whether a request only asks, or has the card do or keep something.
+enum class Purpose : std::uint8_t { asks, sets };
+
 /// Whether the accepted payload is kept in the card's store.
 enum class Keep : std::uint8_t { no, yes };
 
 struct CardRequest {
     std::uint16_t id = 0;
+    Purpose purpose = Purpose::asks;
     Keep keep = Keep::no;
     std::string_view name;
     PayloadLayout layout;

@@ -32,6 +32,8 @@ struct FaultKind {
     enum class Scope { both, outgoing, answers, settings } scope = Scope::both;
     /// Its own options; those of all kinds come on top.
     std::array<std::string_view, 3> options{};
+    /// Of these it needs exactly one; none when the first is empty.
+    std::array<std::string_view, 2> needed{};
 };
 
 /// Throws UsageError that lists all kinds.

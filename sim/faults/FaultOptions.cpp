@@ -9,6 +9,7 @@
 #include "sim/OptionValues.h"
 #include "sim/RequestNames.h"
 #include "sim/Wire.h"
+#include "sim/faults/Treatment.h"
 
 namespace ponmgr::sim {
 
@@ -217,19 +218,30 @@ void requireThatItCanHit(const FaultSettings& settings) {
     }
 }
 
+/// "--bytes N or --to N".
+std::string neededText(const FaultKind& kind) {
+    std::string text;
+    for (const auto& option : kOptions) {
+        if (std::ranges::find(kind.needed, option.name) != kind.needed.end()) {
+            text += text.empty() ? "" : " or ";
+            text += std::string("--") + option.name + ' ' + option.value;
+        }
+    }
+    return text;
+}
+
 void requireWhatIsNeeded(const FaultSettings& settings) {
-    const std::string name = settings.kind->name;
-    if (name == "delay" && !settings.time) {
-        throw UsageError("fault delay needs --time TIME");
+    const auto& kind = *settings.kind;
+    const auto given = std::ranges::count_if(settings.texts, [&kind](const auto& text) {
+        return std::ranges::find(kind.needed, text.first) != kind.needed.end();
+    });
+    if (!kind.needed.front().empty() && given != 1) {
+        throw UsageError("fault " + std::string(kind.name) + " needs " +
+                         (kind.needed.back().empty() ? "" : "either ") + neededText(kind));
     }
-    if (name == "delay" && *settings.time == Duration::zero()) {
-        throw UsageError("--time: '0' can't be used with delay; allowed: more than 0");
-    }
-    if (name == "truncate" && settings.bytes.has_value() == settings.to.has_value()) {
-        throw UsageError("fault truncate needs either --bytes N or --to N");
-    }
-    if (name == "result" && !settings.code) {
-        throw UsageError("fault result needs --code N");
+    if (kind.treat == treatDelay && settings.time == Duration::zero()) {
+        throw UsageError("--time: '0' can't be used with " + std::string(kind.name) +
+                         "; allowed: more than 0");
     }
     if (settings.target && settings.slot && settings.target->slot != *settings.slot) {
         throw UsageError("--target: slot " + std::to_string(settings.target->slot) +
