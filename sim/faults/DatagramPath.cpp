@@ -10,6 +10,7 @@ namespace {
 constexpr std::string_view kDroppedByFault = "dropped by a fault";
 constexpr std::string_view kTooManyWait = "too many wait";
 constexpr std::string_view kRefused = "the system refused to send it";
+constexpr std::string_view kWithoutItsFault = "its fault is removed";
 
 bool sameBytes(const std::vector<std::uint8_t>& left, std::span<const std::uint8_t> right) {
     return std::ranges::equal(left, right);
@@ -115,7 +116,8 @@ Treatment DatagramPath::treat(int slot, Direction direction, Endpoint local,
             break;
         }
         if (fault->concerns(slot, direction, bytes, now)) {
-            const bool hit = fault->strikes(slot) && fault->settings().kind->treat(*fault, treatment);
+            const bool hit =
+                fault->strikes(slot) && fault->settings().kind->treat(*fault, treatment);
             fault->count(hit);
             if (hit) {
                 treatment.faults.push_back(fault->id());
@@ -231,7 +233,10 @@ bool DatagramPath::departFrom(const Passage& passage) {
     const bool sent = depart(passage.local, passage.peer, passage.bytes);
     auto told = passage;
     if (!sent) {
-        told.dropped = kRefused;
+        // The socket that it was to leave from went with the fault.
+        const bool isOrphan = std::ranges::any_of(
+            told.faults, [this](std::uint32_t id) { return faults.find(id) == nullptr; });
+        told.dropped = isOrphan ? kWithoutItsFault : kRefused;
         told.onTheWire = false;
     }
     journal.record(told);

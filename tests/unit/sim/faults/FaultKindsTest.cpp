@@ -287,5 +287,18 @@ TEST_F(FaultKindsTest, HitACardByChanceOfItsOwnHoweverTheCardsAlternate) {
     EXPECT_GT(differ, 0);
 }
 
+TEST_F(FaultKindsTest, ThatIsRemovedIsTheReasonWhyWhatItDelayedCannotLeave) {
+    add("wrong-port");
+    add("delay", {{"time", "30ms"}});
+    send(kAnswer);
+    faults.remove(1);
+    systemSends = false;
+    advance(30ms);
+    EXPECT_EQ(newest().dropped, "its fault is removed");
+    faults.remove(2);
+    send(kAnswer);
+    EXPECT_EQ(newest().dropped, "the system refused to send it");
+}
+
 }  // namespace
 }  // namespace ponmgr::sim
