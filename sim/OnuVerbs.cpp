@@ -162,7 +162,8 @@ Json reportAlarm(Chassis& chassis, const Json& request) {
     const auto& state =
         entryNamed<ControlError>(kAlarmStates, textMember(request, "state"), "state");
     const bool ofPort = subject.tag == EntityTag::oltPort;
-    auto& card = ofPort ? cardInSlot(subject.slot, chassis) : *placeOfOnu(chassis, subject.onu).card;
+    auto& card =
+        ofPort ? cardInSlot(subject.slot, chassis) : *placeOfOnu(chassis, subject.onu).card;
     const auto& mac = ofPort ? card.identity.mac : card.findOnu(subject.onu)->mac;
     requireManager(card);
     requireSent(card, chassis.onuNetwork().report(

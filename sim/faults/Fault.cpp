@@ -14,10 +14,7 @@ constexpr std::int64_t kChances = 1'000'000'000;
 
 Fault::Fault(std::uint32_t ownNumber, FaultSettings given, TimePoint added,
              std::uint32_t randomSeed)
-    : number(ownNumber),
-      wanted(std::move(given)),
-      start(added + wanted.start),
-      seed(randomSeed) {
+    : number(ownNumber), wanted(std::move(given)), start(added + wanted.start), seed(randomSeed) {
     if (wanted.duration) {
         end = start + *wanted.duration;
     }

@@ -84,10 +84,9 @@ bool treatFlipBit(Fault& fault, Treatment& treatment) {
     if (bits == 0 || (wanted && *wanted >= bits)) {
         return false;
     }
-    const auto bit =
-        wanted ? std::size_t{*wanted}
-               : static_cast<std::size_t>(
-                     fault.choose(treatment.slot, 0, static_cast<std::int64_t>(bits) - 1));
+    const auto bit = wanted ? std::size_t{*wanted}
+                            : static_cast<std::size_t>(fault.choose(
+                                  treatment.slot, 0, static_cast<std::int64_t>(bits) - 1));
     bytes.at(bit / 8) = static_cast<std::uint8_t>(bytes.at(bit / 8) ^ (0x80U >> (bit % 8)));
     return true;
 }
