@@ -32,10 +32,13 @@ CommandDispatch::CommandDispatch(CommandSender& messageSender, Counters& eventCo
       timing(sendingTiming) {}
 
 void CommandDispatch::post(const Message& message, std::chrono::milliseconds patience,
-                           const CommandSender::Done& also) {
+                           const Effect& whenTaken, const CommandSender::Done& also) {
     const auto shown = printable(describeMessage(message), kShownMessageBytes);
     const CommandRow row{{}, message.uri, dataOf(message), ""};
-    const auto settle = [this, shown, row, also](const std::string& error) {
+    const auto settle = [this, shown, row, whenTaken, also](const std::string& error) {
+        if (error.empty() && whenTaken) {
+            whenTaken();
+        }
         auto kept = row;
         kept.time = output.now();
         kept.result = error.empty() ? "sent" : error;
@@ -56,18 +59,19 @@ void CommandDispatch::post(const Message& message, std::chrono::milliseconds pat
 
 void CommandDispatch::sendPatiently(const std::vector<Message>& messages) {
     for (const auto& message : messages) {
-        post(message, timing.patience, nullptr);
+        post(message, timing.patience, nullptr, nullptr);
     }
 }
 
 std::shared_ptr<Sending> CommandDispatch::postAll(const std::vector<Message>& messages,
                                                   std::chrono::milliseconds patience,
-                                                  std::chrono::milliseconds limit) {
+                                                  std::chrono::milliseconds limit,
+                                                  const Effect& whenTaken) {
     std::vector<std::future<std::string>> results;
     for (const auto& message : messages) {
         const auto result = std::make_shared<std::promise<std::string>>();
         results.push_back(result->get_future());
-        post(message, patience, [this, result](const std::string& error) {
+        post(message, patience, whenTaken, [this, result](const std::string& error) {
             result->set_value(error);
             settled();
         });
@@ -82,6 +86,10 @@ std::shared_ptr<Sending> CommandDispatch::sendPatientlyAndLook(
 
 std::shared_ptr<Sending> CommandDispatch::sendNow(const std::vector<Message>& messages) {
     return postAll(messages, std::chrono::milliseconds(0), timing.answerLimit);
+}
+
+std::shared_ptr<Sending> CommandDispatch::sendNow(const Message& message, const Effect& whenTaken) {
+    return postAll({message}, std::chrono::milliseconds(0), timing.answerLimit, whenTaken);
 }
 
 }  // namespace ponmgr::dbman

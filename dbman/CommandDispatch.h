@@ -31,6 +31,9 @@ public:
 
     /// Told on the sending thread when a message has its result; doesn't wait.
     using Settled = std::function<void()>;
+    /// What a command changes in dbman itself. Called on the sending thread, so in the order in
+    /// which the daemon has taken the messages; throws nothing and doesn't wait.
+    using Effect = std::function<void()>;
 
     /// All references outlive the object, and `sender` is stopped before the object ends.
     CommandDispatch(CommandSender& sender, Counters& counters, Output& output, KeepRow keep,
@@ -44,14 +47,19 @@ public:
     /// Tries each message once.
     std::shared_ptr<Sending> sendNow(const std::vector<Message>& messages);
 
+    /// Tries it once. `whenTaken` is called when the daemon has taken it, however late that is and
+    /// whether or not somebody still waits; before the message is shown as sent or settled.
+    std::shared_ptr<Sending> sendNow(const Message& message, const Effect& whenTaken);
+
     /// Sends them patiently; settled when the daemon has taken all, or after a moment.
     std::shared_ptr<Sending> sendPatientlyAndLook(const std::vector<Message>& messages);
 
 private:
     std::shared_ptr<Sending> postAll(const std::vector<Message>& messages,
                                      std::chrono::milliseconds patience,
-                                     std::chrono::milliseconds limit);
-    void post(const Message& message, std::chrono::milliseconds patience,
+                                     std::chrono::milliseconds limit,
+                                     const Effect& whenTaken = nullptr);
+    void post(const Message& message, std::chrono::milliseconds patience, const Effect& whenTaken,
               const CommandSender::Done& also);
 
     // Each synchronises itself.

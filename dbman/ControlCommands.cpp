@@ -139,16 +139,22 @@ ControlReply ControlCommands::sendRaw(const Json& request) {
     return send({message});
 }
 
-ControlReply ControlCommands::send(const std::vector<Message>& messages, const Effect& effect) {
-    auto sending = parts.dispatch.sendNow(messages);
+ControlReply ControlCommands::send(const std::vector<Message>& messages) {
+    return replyWith(parts.dispatch.sendNow(messages), messages);
+}
+
+ControlReply ControlCommands::send(const Message& message,
+                                   const CommandDispatch::Effect& whenTaken) {
+    return replyWith(parts.dispatch.sendNow(message, whenTaken), {message});
+}
+
+ControlReply ControlCommands::replyWith(std::shared_ptr<Sending> sending,
+                                        const std::vector<Message>& messages) {
     auto& results = *sending;
-    return {std::move(sending), [&results, sent = describe(messages), effect] {
+    return {std::move(sending), [&results, sent = describe(messages)] {
                 const auto failure = results.takeFailure();
                 if (!failure.empty()) {
                     throw Failure(failure);
-                }
-                if (effect) {
-                    effect();
                 }
                 return sent;
             }};

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <array>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -84,10 +84,12 @@ private:
     ControlReply listOptics(const Json& request);
     ControlReply listEvents(const Json& request);
 
-    using Effect = std::function<void()>;
-
-    /// Answers what was sent when the daemon has taken all of it, `effect` done before.
-    ControlReply send(const std::vector<Message>& messages, const Effect& effect = nullptr);
+    /// Answers what was sent when the daemon has taken all of it.
+    ControlReply send(const std::vector<Message>& messages);
+    /// The same for one message, `whenTaken` done before.
+    ControlReply send(const Message& message, const CommandDispatch::Effect& whenTaken);
+    static ControlReply replyWith(std::shared_ptr<Sending> sending,
+                                  const std::vector<Message>& messages);
     ControlReply sendChange(const std::vector<Message>& messages);
     ControlReply want(const std::string& uri, Wanted wanted, const Json& request);
     Message onuMessage(const std::string& uri, const Json& request) const;

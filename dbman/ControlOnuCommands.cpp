@@ -47,7 +47,7 @@ ControlReply ControlCommands::showOnu(const Json& request) {
 
 ControlReply ControlCommands::removeOnu(const Json& request) {
     const auto macAddress = macAddressOf(request);
-    return send({onuMessage("/slot/onu/remove", request)}, [this, macAddress] {
+    return send(onuMessage("/slot/onu/remove", request), [this, macAddress] {
         // The daemon reports nothing about a removed ONU; one that is still there it reports as
         // new.
         parts.state.inventory.removeOnu(macAddress);

@@ -45,7 +45,7 @@ ControlReply ControlCommands::clearSlot(const Json& request) {
 
 ControlReply ControlCommands::want(const std::string& uri, Wanted wanted, const Json& request) {
     const int slot = slotOf(request);
-    return send({slotMessage(uri, slot)}, [this, slot, wanted] {
+    return send(slotMessage(uri, slot), [this, slot, wanted] {
         parts.state.slots.setWanted(slot, wanted);
         parts.store.wake();
     });

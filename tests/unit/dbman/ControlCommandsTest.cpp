@@ -162,53 +162,6 @@ TEST(ControlCommands, CountWhatWasSentAndWhatFailed) {
     EXPECT_THAT(status, HasSubstr(R"("commands_sent":2,"commands_failed":1)"));
 }
 
-TEST(ControlCommands, DoNotWaitForEverForADaemonThatDoesNotRead) {
-    const test::DeafDaemon daemon;
-    auto options = RunningServer::options();
-    options.commandTiming.answerLimit = std::chrono::milliseconds(10);
-    test::CapturedOutput output;
-    Server server(options, output.stream());
-    server.start();
-    EXPECT_EQ(
-        ask(R"({"command":"slot reset","slot":"3"})"),
-        R"({"error":"not sent: the daemon listens but takes no message; it may get it later"})");
-    server.stop();
-}
-
-TEST(ControlCommands, AnswerOthersWhileTheDaemonDoesNotRead) {
-    auto daemon = std::make_unique<test::DeafDaemon>();
-    auto options = RunningServer::options();
-    options.commandTiming.answerLimit = std::chrono::hours(1);
-    test::CapturedOutput output;
-    Server server(options, output.stream());
-    server.start();
-    const auto waiting = connectLocal(kDefaultControlPath, 10);
-    ASSERT_TRUE(sendSome(waiting, R"({"command":"slot reset","slot":"3"})"
-                                  "\n"));
-    EXPECT_THAT(ask(R"({"command":"alarm list"})"), HasSubstr(R"({"alarms":[]})"));
-    daemon.reset();
-    std::string answer;
-    ASSERT_TRUE(receiveSome(waiting, answer));
-    EXPECT_THAT(answer, HasSubstr("not sent: the daemon didn't take it"));
-    server.stop();
-}
-
-TEST(ControlCommands, ForgetAnOnuOnceTheDaemonHasTakenItsRemoval) {
-    auto daemon = std::make_unique<test::DeafDaemon>();
-    auto options = RunningServer::options();
-    options.commandTiming.answerLimit = std::chrono::milliseconds(10);
-    test::CapturedOutput output;
-    Server server(options, output.stream());
-    server.start();
-    notify(notification("/onu/new", R"({"mac_address":"00:11:22:33:44:55","slot_id":"3"})"));
-    ASSERT_TRUE(ponmgr::test::waitFor([&] { return output.contains("/onu/new"); }));
-    EXPECT_THAT(ask(R"({"command":"onu remove","mac":"00:11:22:33:44:55"})"),
-                HasSubstr("takes no message"));
-    EXPECT_THAT(ask(R"({"command":"onu list"})"), HasSubstr("00:11:22:33:44:55"));
-    daemon.reset();
-    server.stop();
-}
-
 }  // namespace
 
 }  // namespace ponmgr::dbman

@@ -77,8 +77,21 @@ DeafDaemon::DeafDaemon() : socket(2010) {
     const int filler = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     while (sendto(filler, "x", 1, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
            1) {
+        ++fillers;
     }
     close(filler);
+}
+
+std::vector<std::string> DeafDaemon::take(std::size_t count) {
+    std::string text;
+    for (; fillers > 0; --fillers) {
+        socket.recv(text);
+    }
+    std::vector<std::string> commands;
+    while (commands.size() < count && socket.recv(text) >= 0) {
+        commands.push_back(text);
+    }
+    return commands;
 }
 
 }  // namespace ponmgr::dbman::test

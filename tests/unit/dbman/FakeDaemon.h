@@ -43,8 +43,13 @@ class DeafDaemon {
 public:
     DeafDaemon();
 
+    /// Reads at last: away with what fills the queue, and then `count` commands, which are
+    /// returned.
+    std::vector<std::string> take(std::size_t count);
+
 private:
     Corvane socket;
+    std::size_t fillers = 0;
 };
 
 }  // namespace ponmgr::dbman::test
