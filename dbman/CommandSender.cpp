@@ -173,6 +173,7 @@ void CommandSender::stop() {
     }
     state->changed.notify_all();
     if (!thread.finishWithin(state->timing.stopLimit)) {
+        thread.leaveBehind();
         const std::lock_guard lock(state->telling);
         state->leftBehind = true;
     }

@@ -7,8 +7,13 @@
 namespace ponmgr::dbman {
 
 LinkThread::~LinkThread() {
+    leaveBehind();
+}
+
+void LinkThread::leaveBehind() {
     if (thread.joinable()) {
         thread.detach();
+        leftBehind = true;
     }
 }
 
@@ -24,7 +29,7 @@ void LinkThread::start(const char* name, std::function<void()> body) {
 
 bool LinkThread::finishWithin(std::chrono::milliseconds limit) {
     if (!thread.joinable()) {
-        return true;
+        return !leftBehind;
     }
     if (ended.wait_for(limit) != std::future_status::ready) {
         return false;

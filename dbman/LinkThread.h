@@ -21,10 +21,17 @@ public:
     /// `name` has at most 15 characters and outlives the thread; `body` doesn't throw.
     void start(const char* name, std::function<void()> body);
 
-    /// True when the thread has ended within `limit`, or was never started.
+    /// True when the thread has ended within `limit`, or was never started. False at once for one
+    /// that was left behind.
     bool finishWithin(std::chrono::milliseconds limit);
 
+    /// Gives up waiting for a thread that still runs, for good.
+    void leaveBehind();
+
+    bool isLeftBehind() const { return leftBehind; }
+
 private:
+    bool leftBehind = false;
     std::thread thread;
     std::future<void> ended;
 };

@@ -91,6 +91,9 @@ void NotificationReceiver::wakeUp() {
 }
 
 void NotificationReceiver::stop() {
+    if (thread.isLeftBehind()) {
+        return;
+    }
     {
         const std::lock_guard lock(state->mutex);
         state->stopping = true;
@@ -106,6 +109,8 @@ void NotificationReceiver::stop() {
     }
     if (thread.finishWithin(milliseconds(0))) {
         state->socket.reset();
+    } else {
+        thread.leaveBehind();
     }
 }
 

@@ -147,6 +147,22 @@ TEST(CommandSender, StopsAlthoughTheDaemonReadsNothing) {
     EXPECT_EQ(results.get().size(), 2U);
 }
 
+TEST(CommandSender, WaitsOnlyOnceForADaemonThatReadsNothing) {
+    using std::chrono::steady_clock;
+    constexpr milliseconds kStopLimit(1500);
+    Results results;
+    const DeafDaemon deaf;
+    auto sender =
+        std::make_unique<CommandSender>(CommandSender::Timing{milliseconds(1), kStopLimit});
+    sender->start();
+    sender->post("a", kLong, results.collect());
+    sender->stop();
+    const auto stopped = steady_clock::now();
+    sender->stop();
+    sender.reset();
+    EXPECT_LT(steady_clock::now() - stopped, kStopLimit);
+}
+
 }  // namespace
 
 }  // namespace ponmgr::dbman
