@@ -65,9 +65,10 @@ std::vector<pollfd> ControlServer::polledDescriptors() const {
         {stopEvent.get(), POLLIN, 0}, {wakeEvent.get(), POLLIN, 0}, {listening, POLLIN, 0}};
     for (const auto& connection : connections) {
         // A client that doesn't fetch its answers gets no further ones.
-        const bool writes = !connection.output.empty();
-        polled.push_back({connection.awaited ? kNotPolled : connection.descriptor.get(),
-                          static_cast<short>(writes ? POLLOUT : POLLIN), 0});
+        const int wanted = connection.output.empty() ? POLLIN : POLLOUT;
+        // One whose answer is awaited only tells that it has gone.
+        polled.push_back(
+            {connection.descriptor.get(), static_cast<short>(connection.awaited ? 0 : wanted), 0});
     }
     return polled;
 }
@@ -162,6 +163,12 @@ void ControlServer::acceptAll() {
 
 void ControlServer::serve(Connection& connection, short events) {
     if (events == 0) {
+        return;
+    }
+    if (connection.awaited) {
+        if ((events & (POLLHUP | POLLERR)) != 0) {
+            connection.descriptor = Descriptor();
+        }
         return;
     }
     if (connection.output.empty()) {

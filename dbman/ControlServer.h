@@ -58,8 +58,8 @@ private:
         Descriptor descriptor;
         std::string input;
         std::string output;
-        /// The answer that has to come first. The client may go meanwhile; what it has asked for is
-        /// done all the same.
+        /// The answer that has to come first. Nobody takes it when the client goes meanwhile; what
+        /// was asked for is done by others all the same.
         std::optional<ControlAnswer> awaited;
         /// Nothing more is read; the connection ends when `output` has gone out.
         bool ending = false;

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -155,14 +156,27 @@ TEST_F(AwaitedAnswerTest, IsLookedForWhenItsTimeIsOver) {
     EXPECT_EQ(askDbman(kPath, "later"), "answer to later");
 }
 
-TEST_F(AwaitedAnswerTest, IsTakenAlthoughItsClientHasGone) {
+TEST_F(AwaitedAnswerTest, KeepsNoPlaceForAClientThatHasGone) {
     {
-        const auto gone = connectLocal(kPath, 10);
-        ASSERT_TRUE(sendSome(gone, "later\n"));
-        EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+        std::vector<Descriptor> gone;
+        for (std::size_t count = 0; count < ControlServer::kMaximumConnections; ++count) {
+            gone.push_back(connectLocal(kPath, 10));
+            ASSERT_TRUE(sendSome(gone.back(), "later\n"));
+        }
+        EXPECT_EQ(readAll(connectLocal(kPath, 10)), "{\"error\":\"too many clients at a time\"}\n");
     }
+    EXPECT_TRUE(
+        ponmgr::test::waitFor([] { return askDbman(kPath, "hello") == "answer to hello"; }));
+    EXPECT_EQ(given, 0);
+}
+
+TEST_F(AwaitedAnswerTest, ComesToAClientThatHasSaidAllItWants) {
+    const auto waiting = connectLocal(kPath, 10);
+    ASSERT_TRUE(sendSome(waiting, "later\n"));
+    ASSERT_EQ(shutdown(waiting.get(), SHUT_WR), 0);
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
     release();
-    EXPECT_TRUE(ponmgr::test::waitFor([this] { return given == 1; }));
+    EXPECT_EQ(readAll(waiting), "answer to later\n");
 }
 
 TEST_F(AwaitedAnswerTest, IsGivenOutWhenTheServerStops) {
