@@ -48,7 +48,7 @@ std::string lineOf(const std::function<OrderedJson()>& make) {
     OrderedJson result = OrderedJson::object();
     try {
         result = make();
-    } catch (const std::runtime_error& error) {
+    } catch (const std::exception& error) {
         result = OrderedJson::object();
         result["error"] = error.what();
     }
@@ -117,6 +117,7 @@ ControlReply ControlCommands::carryOut(const Json& request) {
 
 ControlReply ControlCommands::status(const Json&) {
     auto result = parts.counters.toJson();
+    result["daemon"] = CommandSender::isDaemonThere() ? "listens" : "not there";
     result["database"] = toJson(parts.store.status());
     return result;
 }

@@ -58,9 +58,13 @@ constexpr std::array kHistoryColumns = {
 };
 
 constexpr std::array kStatusRows = {
-    Column{"uptime in seconds", "uptime_seconds"}, Column{"unknown uris", "unknown"},
-    Column{"malformed messages", "malformed"},     Column{"link errors", "link_errors"},
-    Column{"commands sent", "commands_sent"},      Column{"commands failed", "commands_failed"},
+    Column{"daemon", "daemon"},
+    Column{"uptime in seconds", "uptime_seconds"},
+    Column{"unknown uris", "unknown"},
+    Column{"malformed messages", "malformed"},
+    Column{"link errors", "link_errors"},
+    Column{"commands sent", "commands_sent"},
+    Column{"commands failed", "commands_failed"},
 };
 
 constexpr std::array kDatabaseRows = {

@@ -28,6 +28,7 @@ void fetch(Watched& watched, const std::string& path, const Surroundings& surrou
     fresh.onus = fetched({{"command", "onu list"}});
     fresh.alarms = fetched({{"command", "alarm list"}, {"active", true}});
     fresh.events = fetched({{"command", "events"}, {"limit", events}});
+    fresh.status = fetched({{"command", "status"}});
     fresh.time = formatUtc(std::chrono::system_clock::now());
     watched = std::move(fresh);
 }

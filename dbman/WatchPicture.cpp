@@ -97,8 +97,10 @@ std::vector<std::string> cardLines(const Watched& watched, const Screen& screen)
 
 std::string title(const Watched& watched, const Screen& screen) {
     if (watched.trouble.empty()) {
+        const bool gone = textOf(watched.status, "daemon") == "not there";
         // Only a picture that is drawn again has a window to fill.
-        return "dbman at " + watched.time + (screen.rows == 0 ? "" : "; q ends");
+        return "dbman at " + watched.time + (gone ? "; the daemon is not there" : "") +
+               (screen.rows == 0 ? "" : "; q ends");
     }
     const auto since = watched.time.empty() ? "" : "as of " + watched.time + "; ";
     return since + printable(watched.trouble, kShownLineBytes);

@@ -14,6 +14,7 @@ struct Watched {
     Json onus = Json::object();
     Json alarms = Json::object();
     Json events = Json::object();
+    Json status = Json::object();
     /// When they came, for people; empty: never.
     std::string time;
     /// Why there are no newer ones; empty: these are the newest.

@@ -153,6 +153,13 @@ TEST(ControlCommands, SayWhyTheDaemonDidNotTakeAMessage) {
                 HasSubstr("4 of 4 messages not sent: "));
 }
 
+TEST(ControlCommands, SayWhetherADaemonListens) {
+    const RunningServer running;
+    EXPECT_THAT(ask(R"({"command":"status"})"), HasSubstr(R"("daemon":"not there")"));
+    const FakeDaemon daemon;
+    EXPECT_THAT(ask(R"({"command":"status"})"), HasSubstr(R"("daemon":"listens")"));
+}
+
 TEST(ControlCommands, CountWhatWasSentAndWhatFailed) {
     const RunningServer running;
     ask(R"({"command":"slot reset","slot":"3"})");

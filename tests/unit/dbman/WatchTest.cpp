@@ -24,7 +24,8 @@ Answers twoCards() {
                          R"({"slot_id":"1","state":"off-line","tx_power_input":"-39.00"}]})"},
             {"alarm list", R"({"alarms":[{"slot_id":"1"},{"slot_id":"1"}]})"},
             {"events", R"({"events":[{"id":1,"time":"T1","text":"one"},)"
-                       R"({"id":2,"time":"T2","text":"two"}],"last_id":2})"}};
+                       R"({"id":2,"time":"T2","text":"two"}],"last_id":2})"},
+            {"status", R"({"daemon":"listens"})"}};
 }
 
 /// The lines of the last whole picture that a terminal was sent.
@@ -60,10 +61,21 @@ TEST(Watch, IntoAPipeIsOnePicture) {
               "\n"
               "T1 one\n"
               "T2 two\n");
-    EXPECT_THAT(dbman.requests(),
-                testing::ElementsAre(R"({"command":"card list"})", R"({"command":"onu list"})",
-                                     R"({"active":true,"command":"alarm list"})",
-                                     R"({"command":"events","limit":10})"));
+    EXPECT_THAT(
+        dbman.requests(),
+        testing::ElementsAre(R"({"command":"card list"})", R"({"command":"onu list"})",
+                             R"({"active":true,"command":"alarm list"})",
+                             R"({"command":"events","limit":10})", R"({"command":"status"})"));
+    EXPECT_THAT(outcome.out, testing::Not(HasSubstr("daemon")));
+}
+
+TEST(Watch, SaysInItsTitleThatTheDaemonIsNotThere) {
+    auto answers = twoCards();
+    answers["status"] = R"({"daemon":"not there"})";
+    ScriptedDbman dbman(answers);
+    dbman.start();
+    EXPECT_THAT(runProgram({"watch"}).out,
+                testing::MatchesRegex("dbman at [^\n]*; the daemon is not there\n(.|\n)*"));
 }
 
 TEST(Watch, MarksACardThatWasLastReportedBeforeTheStart) {
