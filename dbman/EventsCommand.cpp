@@ -2,6 +2,7 @@
 #include "dbman/Columns.h"
 #include "dbman/CommandActions.h"
 #include "dbman/CommandRequest.h"
+#include "dbman/Errors.h"
 #include "dbman/Given.h"
 #include "dbman/Interruption.h"
 #include "dbman/Surroundings.h"
@@ -23,6 +24,7 @@ public:
     void show() {
         const auto answer = ask(controlPath(given, surroundings), request, surroundings);
         const bool first = !request.contains("after");
+        wasGone = false;
         const bool empty = arrayOf(answer.json, "events").empty();
         if (first || !empty) {
             surroundings.out << (given.has("--json")
@@ -37,6 +39,20 @@ public:
         }
     }
 
+    /// The same, and when dbman has gone says so once: it may come back.
+    void showOrWait() {
+        try {
+            show();
+        } catch (const NotRunning&) {
+            if (!wasGone) {
+                wasGone = true;
+                surroundings.err << "dbman at " << controlPath(given, surroundings)
+                                 << " has gone; waiting for it\n"
+                                 << std::flush;
+            }
+        }
+    }
+
     bool canGoOn() const { return surroundings.out.good() && request.contains("after"); }
 
 private:
@@ -44,6 +60,7 @@ private:
     const Given& given;
     const Surroundings& surroundings;
     Json request;
+    bool wasGone = false;
 };
 
 }  // namespace
@@ -61,7 +78,7 @@ void showEvents(const Command& command, const Given& given, const Surroundings& 
             if (arrived.cancel || arrived.end) {
                 return;
             }
-            reader.show();
+            reader.showOrWait();
         }
     });
 }

@@ -198,6 +198,21 @@ TEST(EventsAtATerminal, CtrlCEndsThemWithZero) {
     EXPECT_EQ(terminal.waitForEnd(), 0);
 }
 
+TEST(EventsAtATerminal, GoOnWhenDbmanIsBack) {
+    const Answers answers{{"events", R"({"events":[{"id":7,"text":"hello"}],"last_id":7})"}};
+    auto dbman = std::make_unique<ScriptedDbman>(answers);
+    PseudoTerminal terminal({"events", "--follow"});
+    dbman->start();
+    ASSERT_TRUE(terminal.waitToShow("hello"));
+    dbman.reset();
+    ASSERT_TRUE(terminal.waitToShow("dbman at /tmp/dbman.ctl has gone; waiting for it"));
+    ScriptedDbman back(Answers{{"events", R"({"events":[{"id":8,"text":"again"}],"last_id":8})"}});
+    back.start();
+    ASSERT_TRUE(terminal.waitToShow("again"));
+    terminal.type("\x03");
+    EXPECT_EQ(terminal.waitForEnd(), 0);
+}
+
 TEST(CommandAtATerminal, FitsItsTableToTheWindow) {
     ScriptedDbman dbman(Answers{{"onu list", R"({"onus":[{"mac_address":"00:0d:b6:03:00:07",)"
                                              R"("slot_id":"3","pon_port":"1","state":"on-line",)"
