@@ -105,7 +105,7 @@ std::string Server::readyLine() const {
 
 bool Server::stop() {
     receiver.stop();
-    // Lets a client's request go that waits for the daemon, so that the control thread can end.
+    // First, so that a client whose message waits for the daemon is still told that it isn't sent.
     sender.stop();
     control.stop();
     store.stop();
