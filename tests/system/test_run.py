@@ -1,10 +1,13 @@
 """./run: the whole product by one command, and how it ends."""
 
+import fcntl
 import os
 import pty
 import re
 import select
+import shutil
 import signal
+import socket
 import sqlite3
 import subprocess
 import time
@@ -111,6 +114,69 @@ def test_a_second_run_is_refused():
     assert programs_left() == []
 
 
+def test_what_it_tells_to_try_works_where_the_caller_stands():
+    with open("/tmp/shown", "w") as shown:
+        process = subprocess.Popen([ROOT / "run", "--onus", "1"], stdout=shown, stderr=shown, cwd="/tmp",
+                                   start_new_session=True)
+    wait_for(lambda: " ctl onu " in Path("/tmp/shown").read_text(), 60)
+    lines = re.findall(r"^  (/.*)$", Path("/tmp/shown").read_text(), re.M)
+    commands = [line for line in lines if "(a console" not in line]
+    assert len(commands) == 6
+    Path("/tmp/elsewhere").mkdir()
+    for command in commands:
+        wait_for(lambda: subprocess.run(command, shell=True, cwd="/tmp/elsewhere",  # noqa: B023
+                                        capture_output=True).returncode == 0, 60)
+    process.send_signal(signal.SIGINT)
+    assert process.wait(60) == 130
+
+
+def test_without_onus_it_tells_nothing_to_try_with_one():
+    done = run("--once", "--onus", "0")
+    assert done.returncode == 0, done.stdout + done.stderr
+    assert "dbman card list" in done.stdout
+    assert "optics" not in done.stdout
+    assert "ctl onu" not in done.stdout
+
+
+def test_the_lock_of_another_user_is_no_obstacle():
+    """A copy that everybody may read, and programs that aren't there: what counts is how far it gets."""
+    Path("/tmp/product/tools").mkdir(parents=True)
+    shutil.copy(ROOT / "run", "/tmp/product/run")
+    shutil.copy(ROOT / "tools/packages.sh", "/tmp/product/tools/packages.sh")
+    os.mkdir("/tmp/theirs", 0o777)
+    os.chmod("/tmp/theirs", 0o777)
+    Path("/tmp/ponmgr-run.lock").touch(0o644)
+
+    def run_as_somebody_else():
+        variables = {**os.environ, "PONMGR_BUILD": "/tmp/none", "PONMGR_RUN": "/tmp/theirs/run"}
+        return subprocess.run(["/tmp/product/run", "--once"], capture_output=True, text=True, cwd="/tmp",
+                              env=variables, user=65534, group=65534, extra_groups=[], timeout=60)
+
+    assert "chassis-sim ended before it was ready" in run_as_somebody_else().stderr
+    with open("/tmp/ponmgr-run.lock") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        assert run_as_somebody_else().stderr == (
+            "./run: another ./run is running on this machine; stop it (Ctrl-C in its terminal) first\n")
+    os.chmod("/tmp/ponmgr-run.lock", 0o600)
+    assert run_as_somebody_else().stderr == (
+        "./run: can't read /tmp/ponmgr-run.lock, which keeps two ./run from running at a time; remove it\n")
+
+
+def test_a_socket_that_a_killed_daemon_has_left_is_no_daemon(monkeypatch):
+    programs = Path("/tmp/build/bin")
+    programs.mkdir(parents=True)
+    for name in ("chassis-sim", "dbman"):
+        (programs / name).symlink_to(BUILD / "bin" / name)
+    (programs / "ponmgrd").write_text("#!/bin/sh\nsleep 2\nexit 1\n")
+    (programs / "ponmgrd").chmod(0o755)
+    monkeypatch.setenv("PONMGR_BUILD", "/tmp/build")
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as left:
+        left.bind("/tmp/dbpman.ipc")
+    done = run("--once", "--onus", "0", "--timeout", "10")
+    assert done.returncode == 1
+    assert "./run: ponmgrd ended before it was listening for commands" in done.stderr
+
+
 def test_a_program_that_ends_is_named():
     process = started("--onus", "0")
     wait_for(lambda: "dbman ready" in (LOGS / "dbman.log").read_text(), 30)
@@ -142,7 +208,7 @@ def test_in_a_terminal_it_shows_a_picture_and_ends_by_key(key, status):
         os.execv(ROOT / "run", ["run", "--onus", "1"])
     read_until(terminal, "127.0.1.8  on-line")
     os.write(terminal, key)
-    ending = read_until(terminal, "chassis-sim ctl onu 3/0/7 unplug")
+    ending = read_until(terminal, "chassis-sim ctl onu 3/0/0 unplug")
     assert "./run has ended. The database is" in ending
     _, result = os.waitpid(child, 0)
     assert os.waitstatus_to_exitcode(result) == status
