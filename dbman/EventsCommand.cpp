@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "dbman/AskCommand.h"
 #include "dbman/Columns.h"
 #include "dbman/CommandActions.h"
@@ -44,18 +46,22 @@ public:
         try {
             show();
         } catch (const NotRunning&) {
-            if (!wasGone) {
-                wasGone = true;
-                surroundings.err << "dbman at " << controlPath(given, surroundings)
-                                 << " has gone; waiting for it\n"
-                                 << std::flush;
-            }
+            sayOnce("dbman at " + controlPath(given, surroundings) + " has gone; waiting for it");
+        } catch (const Failure& error) {
+            // One that ends in the midst of an answer may come back too.
+            sayOnce(error.what());
         }
     }
 
     bool canGoOn() const { return surroundings.out.good() && request.contains("after"); }
 
 private:
+    void sayOnce(const std::string& trouble) {
+        if (!std::exchange(wasGone, true)) {
+            surroundings.err << trouble << '\n' << std::flush;
+        }
+    }
+
     const Command& command;
     const Given& given;
     const Surroundings& surroundings;
