@@ -188,6 +188,16 @@ std::uint32_t parseIpv4(const std::string& text) {
     return ntohl(address.s_addr);
 }
 
+std::string parseHostAddress(const std::string& text) {
+    constexpr std::uint32_t kFirstHost = 0x01000000;
+    constexpr std::uint32_t kFirstMulticast = 0xE0000000;
+    const auto address = parseIpv4(text);
+    if (address < kFirstHost || address >= kFirstMulticast) {
+        refuse("address", text, "the address of one host, 1.0.0.0 to 223.255.255.255");
+    }
+    return printIpv4(address);
+}
+
 std::string printIpv4(std::uint32_t address) {
     const in_addr network{htonl(address)};
     std::array<char, INET_ADDRSTRLEN> text{};

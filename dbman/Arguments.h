@@ -56,6 +56,10 @@ int parseCount(std::string_view text);
 /// An IPv4 address in dotted form; returned in the host's byte order.
 std::uint32_t parseIpv4(const std::string& text);
 
+/// The IPv4 address of one host, not 0.x.x.x, a multicast or the broadcast address; returned in
+/// dotted form.
+std::string parseHostAddress(const std::string& text);
+
 /// The dotted form of an address in the host's byte order.
 std::string printIpv4(std::uint32_t address);
 

@@ -36,7 +36,7 @@ Json readValue(Kind kind, const std::string& text) {
         case Kind::vlan:
             return parseVlan(text);
         case Kind::address:
-            return printIpv4(parseIpv4(text));
+            return parseHostAddress(text);
         case Kind::level:
             return parseLevel(text);
         case Kind::duration:

@@ -63,7 +63,7 @@ std::string CommandSender::State::send(const std::string& text) {
         if (!fresh.createSocket() || !fresh.connect(kCommandPath)) {
             const std::string error = fresh.getErrorMessage();
             socket.reset();
-            return "can't reach the daemon: " + error;
+            return "can't reach the daemon, is ponmgrd running? " + error;
         }
     }
     if (socket->send(text) < 0) {

@@ -5,6 +5,7 @@
 #include "dbman/Errors.h"
 #include "dbman/RecordJson.h"
 #include "dbman/RequestArguments.h"
+#include "dbman/SlotConfiguration.h"
 
 namespace ponmgr::dbman {
 
@@ -30,6 +31,7 @@ ControlReply ControlCommands::setSlot(const Json& request) {
     const int slot = slotOf(request);
     const auto card = addressOf(request, "ip");
     const auto source = optionalAddress(request, "source");
+    refuseAddressOfAnother(parts.state.slots.configuration(), slot, card);
     const auto address = parts.state.slots.setAddress(slot, card, source, kDefaultSource);
     parts.state.inventory.setAddress(slot, address);
     return sendChange(addressMessages(slot, address));

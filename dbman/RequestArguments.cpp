@@ -74,7 +74,7 @@ std::optional<double> optionalLevel(const Json& request) {
 }
 
 std::string addressOf(const Json& request, const std::string& key) {
-    return printIpv4(parseIpv4(stringMember(request, key)));
+    return parseHostAddress(stringMember(request, key));
 }
 
 std::optional<std::string> optionalAddress(const Json& request, const std::string& key) {

@@ -31,7 +31,7 @@ std::string readAddress(const Json& entry, const char* key) {
     if (!entry.contains(key) || !entry[key].is_string()) {
         throw Failure(std::string("a slot has no text \"") + key + "\"");
     }
-    return printIpv4(parseIpv4(entry[key].get<std::string>()));
+    return parseHostAddress(entry[key].get<std::string>());
 }
 
 void addSlot(SlotConfiguration& configuration, const Json& entry, const std::string& source) {
@@ -45,12 +45,23 @@ void addSlot(SlotConfiguration& configuration, const Json& entry, const std::str
     const int slot = parseSlot(entry["slot"].dump());
     const SlotAddress address{readAddress(entry, "ip"),
                               entry.contains("source") ? readAddress(entry, "source") : source};
+    refuseAddressOfAnother(configuration, slot, address.card);
     if (!configuration.emplace(slot, address).second) {
         throw Failure("slot " + std::to_string(slot) + " is there twice");
     }
 }
 
 }  // namespace
+
+void refuseAddressOfAnother(const SlotConfiguration& configuration, int slot,
+                            const std::string& card) {
+    for (const auto& [other, address] : configuration) {
+        if (other != slot && address.card == card) {
+            throw Failure("slot " + std::to_string(other) + " has the address " + card +
+                          " already; each card has its own");
+        }
+    }
+}
 
 SlotConfiguration makeSlotConfiguration(const std::vector<int>& slots, std::uint32_t base,
                                         std::uint32_t source) {

@@ -19,6 +19,10 @@ struct SlotAddress {
 /// The configured slots, by number.
 using SlotConfiguration = std::map<int, SlotAddress>;
 
+/// Throws Failure, naming the slot, when the configuration has this card's address at another slot.
+void refuseAddressOfAnother(const SlotConfiguration& configuration, int slot,
+                            const std::string& card);
+
 /// Slot n has the address `base` + n (host byte order); all are reached from `source`.
 SlotConfiguration makeSlotConfiguration(const std::vector<int>& slots, std::uint32_t base,
                                         std::uint32_t source);

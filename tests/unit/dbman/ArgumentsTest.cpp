@@ -157,6 +157,14 @@ TEST(ParseIpv4, RefusesWhatAShellWouldObey) {
     }
 }
 
+TEST(ParseHostAddress, IsThatOfOneHost) {
+    EXPECT_EQ(parseHostAddress("1.0.0.0"), "1.0.0.0");
+    EXPECT_EQ(parseHostAddress("223.255.255.255"), "223.255.255.255");
+    for (const auto* text : {"0.0.0.0", "0.255.255.255", "224.0.0.1", "255.255.255.255", "x"}) {
+        EXPECT_THROW(parseHostAddress(text), ArgumentError) << text;
+    }
+}
+
 TEST(ParseUri, BeginsWithASlashAndHasNoBlanks) {
     EXPECT_EQ(parseUri("/slot/onu/"), "/slot/onu/");
     for (const auto* text : {"", "slot", "/a b", "/a\n", "/\xff"}) {

@@ -148,7 +148,8 @@ TEST(ControlCommands, KeepAnOnuThatCouldNotBeRemoved) {
 TEST(ControlCommands, SayWhyTheDaemonDidNotTakeAMessage) {
     const RunningServer running;
     EXPECT_THAT(ask(R"({"command":"slot reset","slot":"3"})"),
-                HasSubstr("not sent: can't reach the daemon: connect to /tmp/dbpman.ipc"));
+                HasSubstr("not sent: can't reach the daemon, is ponmgrd running? connect to "
+                          "/tmp/dbpman.ipc"));
     EXPECT_THAT(ask(R"({"command":"slot announce","slot":"all"})"),
                 HasSubstr("4 of 4 messages not sent: "));
 }

@@ -280,6 +280,11 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Refusal{R"({"command":"slot set","slot":"9","ip":"10.0.0.3"})",
                 "slot \"9\" is not allowed: a slot is a number from 1 to 8"},
+        Refusal{R"({"command":"slot set","slot":"3","ip":"224.0.0.1"})",
+                "address \"224.0.0.1\" is not allowed: the address of one host, 1.0.0.0 to "
+                "223.255.255.255"},
+        Refusal{R"({"command":"slot set","slot":"3","ip":"127.0.1.1"})",
+                "slot 1 has the address 127.0.1.1 already; each card has its own"},
         Refusal{R"({"command":"slot set","slot":"3"})",
                 "address \"\" is not allowed: an IPv4 address in dotted form, such as 127.0.1.3"},
         Refusal{R"({"command":"slot set","slot":"3","ip":"10.0.0.3","source":7})",

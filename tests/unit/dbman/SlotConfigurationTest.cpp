@@ -50,6 +50,8 @@ TEST(SlotConfiguration, SaysWhatIsWrongWithTheJson) {
               "address \"x\" is not allowed: an IPv4 address in dotted form, such as 127.0.1.3");
     EXPECT_EQ(refusalOf(R"({"slots":[{"slot":1,"ip":"1.2.3.4"},{"slot":1,"ip":"1.2.3.5"}]})"),
               "slot 1 is there twice");
+    EXPECT_EQ(refusalOf(R"({"slots":[{"slot":1,"ip":"1.2.3.4"},{"slot":2,"ip":"1.2.3.4"}]})"),
+              "slot 1 has the address 1.2.3.4 already; each card has its own");
 }
 
 TEST(SlotConfiguration, NamesAFileThatCanNotBeRead) {

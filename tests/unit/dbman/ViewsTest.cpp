@@ -23,11 +23,12 @@ TEST(ViewOnus, OfNothingIsTheHeaders) {
 }
 
 TEST(ViewStatus, ShowsEachCounter) {
-    const auto text = viewStatus(
-        parseJson(R"({"uptime_seconds":5,"notifications":{"/olt/new":8},"unknown":1,"malformed":2,)"
-                  R"("link_errors":3,"commands_sent":4,"commands_failed":6})"));
+    const auto text = viewStatus(parseJson(
+        R"({"daemon":"listens","uptime_seconds":5,"notifications":{"/olt/new":8},"unknown":1,"malformed":2,)"
+        R"("link_errors":3,"commands_sent":4,"commands_failed":6})"));
     EXPECT_EQ(text,
               "what                count\n"
+              "daemon              listens\n"
               "uptime in seconds   5\n"
               "unknown uris        1\n"
               "malformed messages  2\n"
