@@ -104,7 +104,8 @@ TEST(CommandLine, EndsWithOneWhenTheDaemonDoesNotTakeIt) {
     const RunningServer running;
     const auto outcome = runProgram({"slot", "reset", "3"});
     EXPECT_EQ(outcome.code, ExitCode::failed);
-    EXPECT_THAT(outcome.err, StartsWith("dbman: not sent: can't reach the daemon, is ponmgrd running? "));
+    EXPECT_THAT(outcome.err,
+                StartsWith("dbman: not sent: can't reach the daemon, is ponmgrd running? "));
     EXPECT_THAT(runProgram({"slot", "reset", "3", "--json"}).out,
                 StartsWith("{\"error\":\"not sent: "));
 }
