@@ -6,6 +6,7 @@ import os
 import select
 import signal
 import socket
+from pathlib import Path
 
 from support.process import Process
 from support.product import (ask, control, inventory, program, wait_for_agreement,
@@ -18,6 +19,14 @@ SLOTS = ("1", "2")
 def kill(process):
     os.kill(process.pid, signal.SIGKILL)
     process.wait_for_end()
+
+
+def halt(process):
+    """Stops the process; none of its threads does anything any more."""
+    os.kill(process.pid, signal.SIGSTOP)
+    tasks = Path(f"/proc/{process.pid}/task")
+    wait_for(lambda: all((task / "stat").read_text().rsplit(")", 1)[1].split()[0] == "T"
+                         for task in tasks.iterdir()))
 
 
 def cards_settings():
@@ -86,7 +95,7 @@ def test_a_killed_database_manager_keeps_its_inventory_and_learns_what_it_has_mi
 
 def test_a_daemon_that_does_not_read_keeps_only_those_waiting_who_send_to_it(chassis):
     _, _, daemon = chassis("1", "--onus", "1", "--configured")
-    os.kill(daemon.pid, signal.SIGSTOP)
+    halt(daemon)
     fill_the_daemons_queue()
     sender = ask_dbman("slot enable", slot="1")
     status = ask_dbman("status")
