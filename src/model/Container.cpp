@@ -20,8 +20,8 @@ constexpr int kLineListToObject = 122;
 constexpr int kLineObjectToList = 130;
 constexpr int kLineGetList = 157;
 
-std::string notFound(const std::string& key) {
-    return "Key '" + key + "' not found";
+std::string notFound(std::string_view key) {
+    return "Key '" + std::string(key) + "' not found";
 }
 
 }  // namespace
@@ -32,11 +32,11 @@ Container::Container() {
 
 Container::~Container() = default;
 
-bool Container::hasKey(const std::string& key) const {
+bool Container::hasKey(std::string_view key) const {
     return values.contains(key);
 }
 
-std::string Container::getValue(const std::string& key) const {
+std::string Container::getValue(std::string_view key) const {
     const std::shared_lock guard(lock);
     const auto found = values.find(key);
     if (found == values.end()) {
@@ -45,7 +45,7 @@ std::string Container::getValue(const std::string& key) const {
     return found->second;
 }
 
-void Container::setValue(const std::string& key, const std::string& value, bool mustExist) {
+void Container::setValue(std::string_view key, std::string_view value, bool mustExist) {
     const auto found = values.find(key);
     if (found == values.end()) {
         if (mustExist) {
@@ -63,11 +63,17 @@ void Container::setValue(const std::string& key, const std::string& value, bool 
     hasModified = true;
 }
 
-void Container::setNewValue(const std::string& key, const std::string& value) {
+void Container::setNewValue(std::string_view key, std::string value) {
     if (lists.contains(key)) {
-        PONMGR_THROW_LINE("Can't convert list '" + key + "' to a object", kLineListToObject);
+        PONMGR_THROW_LINE("Can't convert list '" + std::string(key) + "' to a object",
+                          kLineListToObject);
     }
-    values[key] = value;
+    const auto place = values.lower_bound(key);
+    if (place != values.end() && place->first == key) {
+        place->second = std::move(value);
+    } else {
+        values.emplace_hint(place, key, std::move(value));
+    }
 }
 
 unsigned long Container::getId() const {
@@ -86,16 +92,16 @@ void Container::clearHasModified() {
     hasModified = false;
 }
 
-bool Container::hasList(const std::string& name) const {
+bool Container::hasList(std::string_view name) const {
     return lists.contains(name);
 }
 
-std::size_t Container::getListSize(const std::string& name) const {
+std::size_t Container::getListSize(std::string_view name) const {
     const auto found = lists.find(name);
     return found == lists.end() ? 0 : found->second.size();
 }
 
-Container::List& Container::getList(const std::string& name) {
+Container::List& Container::getList(std::string_view name) {
     const auto found = lists.find(name);
     if (found == lists.end()) {
         PONMGR_THROW_LINE(notFound(name), kLineGetList);
@@ -103,25 +109,31 @@ Container::List& Container::getList(const std::string& name) {
     return found->second;
 }
 
-void Container::addItemToList(const std::string& name, std::unique_ptr<Container> item) {
+void Container::addItemToList(std::string_view name, std::unique_ptr<Container> item) {
     if (values.contains(name)) {
-        PONMGR_THROW_LINE("Can't convert object '" + name + "' to a list", kLineObjectToList);
+        PONMGR_THROW_LINE("Can't convert object '" + std::string(name) + "' to a list",
+                          kLineObjectToList);
     }
-    lists[name].push_back(std::move(item));
+    listToFill(name).push_back(std::move(item));
 }
 
-std::unique_ptr<Container> Container::takeItemFromList(const std::string& name, std::size_t index) {
+std::unique_ptr<Container> Container::takeItemFromList(std::string_view name, std::size_t index) {
     if (index >= getListSize(name)) {
         return nullptr;
     }
-    List& list = lists.at(name);
+    List& list = getList(name);
     std::unique_ptr<Container> item = std::move(list[index]);
     list.erase(list.begin() + static_cast<List::difference_type>(index));
     return item;
 }
 
-void Container::clearList(const std::string& name) {
-    lists[name].clear();
+void Container::clearList(std::string_view name) {
+    listToFill(name).clear();
+}
+
+Container::List& Container::listToFill(std::string_view name) {
+    const auto found = lists.find(name);
+    return found != lists.end() ? found->second : lists.emplace(name, List()).first->second;
 }
 
 void Container::clear() {

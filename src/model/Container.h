@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "model/JsonHelper.h"
@@ -50,48 +52,53 @@ public:
     virtual bool getHasModified();
     virtual void clearHasModified();
 
-    bool hasKey(const std::string& key) const;
+    bool hasKey(std::string_view key) const;
 
     /// Throws "Key '...' not found".
-    std::string getValue(const std::string& key) const;
+    std::string getValue(std::string_view key) const;
 
     /// Stores a value that differs and marks the record modified. A key that the record lacks is
     /// not created: "Key '...' not found" is thrown when it `mustExist`, else nothing happens.
-    void setValue(const std::string& key, const std::string& value, bool mustExist);
+    void setValue(std::string_view key, std::string_view value, bool mustExist);
 
     /// Creates or overwrites without marking the record modified: the layout of a record. Throws
     /// "Can't convert list '...' to a object" for the name of a list.
-    void setNewValue(const std::string& key, const std::string& value);
+    void setNewValue(std::string_view key, std::string value);
 
     /// "id" as a number; a leading 0x is read as hexadecimal, a leading 0 as octal.
     unsigned long getId() const;
     void setId(unsigned long id);
 
-    bool hasList(const std::string& name) const;
+    bool hasList(std::string_view name) const;
     /// 0 when there is no such list.
-    std::size_t getListSize(const std::string& name) const;
+    std::size_t getListSize(std::string_view name) const;
     /// The list itself, which stays the record's. Throws "Key '...' not found".
-    List& getList(const std::string& name);
+    List& getList(std::string_view name);
     /// Appends, with the list made on first use. Throws "Can't convert object '...' to a list" for
     /// the name of a value.
-    void addItemToList(const std::string& name, std::unique_ptr<Container> item);
+    void addItemToList(std::string_view name, std::unique_ptr<Container> item);
     /// Removes the item and hands it to the caller; null when list or item don't exist.
-    std::unique_ptr<Container> takeItemFromList(const std::string& name, std::size_t index);
+    std::unique_ptr<Container> takeItemFromList(std::string_view name, std::size_t index);
     /// Deletes the items; the list stays, and is made when it wasn't there.
-    void clearList(const std::string& name);
+    void clearList(std::string_view name);
     /// Deletes all lists and values but "id", which is "0" again. The modified flag stays.
     void clear();
 
 protected:
-    std::map<std::string, std::string> values;
+    /// In the order of their names; std::less<> finds one without a std::string made for it.
+    template <typename Value>
+    using ByName = std::map<std::string, Value, std::less<>>;
+
+    ByName<std::string> values;
 
 private:
     void addListsTo(cJSON* object);
     bool updateFrom(const cJSON* object, bool takeId);
     bool updateValue(const cJSON* member, bool takeId);
     void updateList(const cJSON* member);
+    List& listToFill(std::string_view name);
 
-    std::map<std::string, List> lists;
+    ByName<List> lists;
     mutable ReadWriteLock lock;
     std::atomic<bool> hasModified = false;
 };

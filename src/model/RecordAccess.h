@@ -2,6 +2,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "model/Container.h"
 #include "model/Helper.h"
@@ -24,12 +25,12 @@ inline void layOut(Container& record, std::span<const RecordDefault> defaults) {
 }
 
 /// "1" for true, "0" for false.
-inline void setFlag(Container& record, const std::string& key, bool value) {
+inline void setFlag(Container& record, std::string_view key, bool value) {
     record.setValue(key, value ? "1" : "0", false);
 }
 
 /// True for exactly "1"; "-" and "" are false.
-inline bool getFlag(const Container& record, const std::string& key) {
+inline bool getFlag(const Container& record, std::string_view key) {
     return record.getValue(key) == "1";
 }
 

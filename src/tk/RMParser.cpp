@@ -31,15 +31,12 @@ std::string takeNumber(std::uint16_t* offset, const TKMessage* message, std::uin
     return std::to_string(number);
 }
 
-std::string toHex(std::span<const unsigned char> bytes, const char* separator) {
-    std::string text;
-    for (const unsigned char byte : bytes) {
-        if (!text.empty()) {
-            text += separator;
-        }
-        appendHex(text, byte);
+/// `digits` with each byte in the place of two digits, `step` characters from the one before.
+std::string toHex(std::span<const unsigned char> bytes, std::string digits, std::size_t step) {
+    for (std::size_t i = 0; i < bytes.size(); i++) {
+        writeHex(&digits[step * i], bytes[i]);
     }
-    return text;
+    return digits;
 }
 
 }  // namespace
@@ -70,12 +67,13 @@ std::string RMParser::parseU64Number(std::uint16_t* offset, const TKMessage* mes
 }
 
 std::string RMParser::parseMacAddr(std::uint16_t* offset, const TKMessage* message) {
-    return toHex(take(offset, message, kMacLength), ":");
+    return toHex(take(offset, message, kMacLength), "00:00:00:00:00:00", 3);
 }
 
 std::string RMParser::parseHex(std::uint16_t* offset, const TKMessage* message,
                                std::uint16_t length) {
-    return toHex(take(offset, message, length), "");
+    const auto bytes = take(offset, message, length);
+    return toHex(bytes, std::string(2 * bytes.size(), '0'), 2);
 }
 
 }  // namespace ponmgr
