@@ -1,9 +1,10 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <chrono>
+#include <memory>
 #include <mutex>
+
+#include "tk/ExchangeClock.h"
 
 namespace ponmgr {
 
@@ -12,10 +13,11 @@ namespace ponmgr {
 /// is up. How often a card is asked must not change, so no "has arrived" flag is to be added here.
 class ResponseSignal {
 public:
-    ResponseSignal();
-    ResponseSignal(const ResponseSignal&) = delete;
-    ResponseSignal& operator=(const ResponseSignal&) = delete;
-    ~ResponseSignal();
+    explicit ResponseSignal(
+        std::unique_ptr<ExchangeClock> exchangeClock = std::make_unique<ExchangeClock>());
+
+    /// The wall clock that the deadlines are times of. Any thread.
+    std::chrono::system_clock::time_point now() const { return clock->now(); }
 
     /// Waits until signalled or until `deadline` on the wall clock, and no longer than `longest`
     /// even when that clock is set back. True when the wait ended otherwise than by time-out,
@@ -27,10 +29,8 @@ public:
     void signal();
 
 private:
-    bool waitFor(std::chrono::nanoseconds time);
-
+    const std::unique_ptr<ExchangeClock> clock;
     std::mutex mutex;
-    pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
 };
 
 }  // namespace ponmgr

@@ -23,7 +23,8 @@ std::uint64_t expectation(const TKMessage& message) {
 
 }  // namespace
 
-UDPSocket::UDPSocket(ExchangeTiming exchangeTiming) : timing(exchangeTiming) {}
+UDPSocket::UDPSocket(ExchangeTiming exchangeTiming, std::unique_ptr<ExchangeClock> clock)
+    : timing(exchangeTiming), responseSignal(std::move(clock)) {}
 
 UDPSocket::~UDPSocket() {
     if (transport != nullptr) {
@@ -125,7 +126,7 @@ bool UDPSocket::sendUntilAnswered(const TKMessage& request) {
 std::chrono::system_clock::time_point UDPSocket::deadlineFromNow() const {
     // The precise clock: just after a time-out a coarse one still shows the second before, which
     // would cut a whole second off the next try.
-    const auto now = std::chrono::system_clock::now();
+    const auto now = responseSignal.now();
     const auto intoStep = now.time_since_epoch() % timing.clockStep;
     return now - intoStep + timing.responseTime;
 }

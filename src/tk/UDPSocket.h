@@ -34,7 +34,8 @@ struct ExchangeTiming {
 /// hasClientIpAddress to the receive thread; the address may be set and read by any.
 class UDPSocket : public DatagramReceiver {
 public:
-    explicit UDPSocket(ExchangeTiming exchangeTiming = {});
+    explicit UDPSocket(ExchangeTiming exchangeTiming = {},
+                       std::unique_ptr<ExchangeClock> clock = std::make_unique<ExchangeClock>());
     UDPSocket(const UDPSocket&) = delete;
     UDPSocket& operator=(const UDPSocket&) = delete;
     ~UDPSocket() override;

@@ -1,183 +1,99 @@
-// The exchange: requests go out through UDPSocket while a card's datagrams and silences, all of
-// them read from the input, come in from another thread and in the midst of sending.
+// The exchange: requests go out through UDPSocket while datagrams come in and time passes, all of
+// it read from the input as one sequence of steps and played by one thread.
 
-#include <fuzzer/FuzzedDataProvider.h>
-
-#include <array>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <iostream>
 #include <memory>
-#include <mutex>
-#include <thread>
-#include <utility>
 #include <vector>
 
+#include "PlayedCard.h"
 #include "Require.h"
+#include "Script.h"
 #include "app/Exception.h"
 #include "tk/UDPSocket.h"
 
-using ponmgr::fuzz::require;
+using namespace ponmgr::fuzz;
 
 namespace {
 
-using Datagram = std::vector<unsigned char>;
-
-constexpr ponmgr::ExchangeTiming kTiming{.responseTime = std::chrono::milliseconds(1),
-                                         .clockStep = std::chrono::milliseconds(1),
-                                         .tries = 3};
+constexpr std::size_t kMostExchanges = 4;
 constexpr std::size_t kMostRequests = 3;
-constexpr std::size_t kMostDatagrams = 4;
-constexpr std::size_t kLongestDatagram = 96;
+constexpr std::size_t kMostRequestData = 15;
 
-/// A card that answers a request by datagrams of the input.
-class FuzzedCard : public ponmgr::DatagramTransport {
+/// The exchanges of one input. Their requests are made anew now and then, so that the tags of
+/// earlier ones come again.
+class Exchanges {
 public:
-    explicit FuzzedCard(FuzzedDataProvider& fuzzedInput)
-        : input(fuzzedInput), network([this](const std::stop_token& stop) { deliverLate(stop); }) {}
-
-    void send(const ponmgr::TKMessage& request, const sockaddr_in& /*destination*/) override {
-        sent++;
-        for (std::size_t i = input.ConsumeIntegralInRange<std::size_t>(0, kMostDatagrams); i > 0;
-             i--) {
-            const bool inside = input.ConsumeBool();
-            Datagram datagram = readDatagram(request);
-            if (inside) {
-                handOver(datagram);
-                continue;
-            }
-            const std::lock_guard lock(mutex);
-            late.push_back(std::move(datagram));
-        }
-        changed.notify_all();
-    }
-    bool hasDone() const override { return true; }
-    void registerUDPSocket(ponmgr::DatagramReceiver* given) override { receiver = given; }
-    void unregisterUDPSocket(ponmgr::DatagramReceiver* /*receiver*/) override { finish(); }
-
-    /// Delivers what is still under way, and nothing after that.
-    void finish() {
-        network.request_stop();
-        changed.notify_all();
-        if (network.joinable()) {
-            network.join();
-        }
+    explicit Exchanges(Script& steps) : script(steps), card(steps), socket({}, card.makeClock()) {
+        socket.start(&card, "3");
+        card.setSocket(&socket);
     }
 
-    std::size_t sent = 0;
-    // by either thread, under receiving; read when the other has ended
-    std::size_t events = 0;
+    void run() {
+        for (std::size_t i = 0; i < kMostExchanges && !script.ended(); i++) {
+            exchange();
+            card.playBetween();
+        }
+        card.pullEvents();
+    }
 
 private:
-    /// Any bytes, or a frame with the request's id and ctag, which the exchange waits for.
-    Datagram readDatagram(const ponmgr::TKMessage& request) {
-        Datagram datagram = input.ConsumeBytes<unsigned char>(
-            input.ConsumeIntegralInRange<std::size_t>(0, kLongestDatagram));
-        if (input.ConsumeBool() && datagram.size() >= 4) {
-            std::copy_n(request.getMessage(), 4, datagram.begin());
-        }
-        return datagram;
-    }
-
-    /// As the receive thread hands over a datagram from the card's address.
-    void handOver(const Datagram& datagram) {
-        const std::lock_guard lock(receiving);
+    void exchange() {
+        std::vector<Frame> frames = makeRequests();
+        ponmgr::ResponseMessage responses(std::chrono::milliseconds(0));
+        card.begin(std::move(frames));
+        bool answered = true;
         try {
-            auto message = std::make_unique<ponmgr::TKMessage>(
-                datagram.data(), static_cast<std::uint16_t>(datagram.size()));
-            const bool isEvent = message->getId() >= ponmgr::kFirstEventId;
-            const bool taken = receiver->processRxQueue(message);
-            require(taken == (message == nullptr), "what is taken is taken over");
-            require(taken || !isEvent, "every event is taken");
-            events += isEvent ? 1 : 0;
+            socket.sendRequestMessage(requests.get(), &responses);
         } catch (const ponmgr::Exception&) {
-            require(datagram.size() < 8, "a datagram of 8 bytes is a message");
+            answered = false;
         }
+        card.end(answered, responses);
     }
 
-    void deliverLate(const std::stop_token& stop) {
-        for (;;) {
-            std::vector<Datagram> batch;
-            {
-                std::unique_lock lock(mutex);
-                changed.wait(lock, stop, [this] { return !late.empty(); });
-                batch.swap(late);
-            }
-            if (batch.empty()) {
-                return;
-            }
-            for (const Datagram& datagram : batch) {
-                handOver(datagram);
-            }
+    std::vector<Frame> makeRequests() {
+        const unsigned choice = script.byte();
+        requests->clear();
+        if (choice >= 0x80) {
+            requests = std::make_unique<ponmgr::RequestMessage>();
+            lastTag = 0;
         }
+        std::vector<Frame> frames;
+        for (std::size_t count = choice % (kMostRequests + 1); count > 0; count--) {
+            frames.push_back(addRequest());
+        }
+        return frames;
     }
 
-    FuzzedDataProvider& input;  // used by the sending thread alone
-    ponmgr::DatagramReceiver* receiver = nullptr;
-    std::mutex receiving;
-    std::mutex mutex;
-    std::condition_variable_any changed;
-    std::vector<Datagram> late;  // guarded by mutex
-    std::jthread network;
+    Frame addRequest() {
+        const auto id = static_cast<ponmgr::TKIDMessage>(script.number() % ponmgr::kFirstEventId);
+        const auto data = script.bytes(script.byte() % (kMostRequestData + 1));
+        requests->addMessage(
+            requests->getNewMessage(id, data.data(), static_cast<std::uint16_t>(data.size())));
+        const ponmgr::TKMessage& made = *requests->getAll().back();
+        require(made.getCtag() == static_cast<std::uint16_t>(lastTag + 1), "the tags count up");
+        lastTag = made.getCtag();
+        return {made.getMessage(), made.getMessage() + made.getSize()};
+    }
+
+    Script& script;
+    PlayedCard card;
+    ponmgr::UDPSocket socket;
+    std::unique_ptr<ponmgr::RequestMessage> requests = std::make_unique<ponmgr::RequestMessage>();
+    std::uint16_t lastTag = 0;
 };
-
-void addRequest(ponmgr::RequestMessage& requests, FuzzedDataProvider& input) {
-    using Add = void (ponmgr::RequestMessage::*)();
-    static constexpr std::array<Add, 9> kRequests = {
-        &ponmgr::RequestMessage::addResetOLT,
-        &ponmgr::RequestMessage::addGetOLTInformation,
-        &ponmgr::RequestMessage::addEnableOLT,
-        &ponmgr::RequestMessage::addDisableOLT,
-        &ponmgr::RequestMessage::addGetListOfDiscoveredLinks,
-        &ponmgr::RequestMessage::addGetListOfAllKnownLogicalLinks,
-        &ponmgr::RequestMessage::addGetOLTNVSEnabled,
-        &ponmgr::RequestMessage::addGetAllPath,
-        &ponmgr::RequestMessage::doAddGetAllDomains,
-    };
-    (requests.*input.PickValueInArray(kRequests))();
-}
-
-void parseAll(ponmgr::ResponseMessage& messages) {
-    try {
-        messages.parseAllMessages();
-    } catch (const ponmgr::Exception&) {
-    }
-    messages.clear();
-}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    ponmgr::fuzz::silenceOutput();
+    silenceOutput();
+    std::cerr.rdbuf(nullptr);  // the exchange says there that a send failed
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzedDataProvider input(data, size);
-    FuzzedCard card(input);
-    ponmgr::UDPSocket socket(kTiming);
-    socket.start(&card, "3");
-    socket.setClientIpAddress("127.0.1.3");
-    ponmgr::RequestMessage requests;
-    const auto count = input.ConsumeIntegralInRange<std::size_t>(1, kMostRequests);
-    for (std::size_t i = 0; i < count; i++) {
-        addRequest(requests, input);
-    }
-    ponmgr::ResponseMessage responses(std::chrono::milliseconds(0));
-    bool answered = true;
-    try {
-        socket.sendRequestMessage(&requests, &responses);
-    } catch (const ponmgr::Exception&) {
-        answered = false;
-    }
-    require(card.sent <= count * kTiming.tries, "no request is sent more often than the tries");
-    require(card.sent >= (answered ? count : 1), "an exchange sends all its requests");
-    require(!answered || responses.getMessagesSize() >= count, "each request has its response");
-    card.finish();
-    ponmgr::ResponseMessage events(std::chrono::milliseconds(0));
-    socket.pullAllAlarm(events);
-    require(events.getMessagesSize() == card.events, "no event is lost");
-    parseAll(responses);
-    parseAll(events);
+    Script script(std::span(data, size));
+    Exchanges(script).run();
     return 0;
 }
