@@ -16,6 +16,7 @@ from pathlib import Path
 import pytest
 
 from conftest import BUILD, ROOT
+from support.other_users import NOBODY, need_other_users
 from support.waiting import wait_for
 
 LOGS = Path("/tmp/run")
@@ -140,6 +141,7 @@ def test_without_onus_it_tells_nothing_to_try_with_one():
 
 def test_the_lock_of_another_user_is_no_obstacle():
     """A copy that everybody may read, and programs that aren't there: what counts is how far it gets."""
+    need_other_users()
     Path("/tmp/product/tools").mkdir(parents=True)
     shutil.copy(ROOT / "run", "/tmp/product/run")
     shutil.copy(ROOT / "tools/packages.sh", "/tmp/product/tools/packages.sh")
@@ -150,7 +152,7 @@ def test_the_lock_of_another_user_is_no_obstacle():
     def run_as_somebody_else():
         variables = {**os.environ, "PONMGR_BUILD": "/tmp/none", "PONMGR_RUN": "/tmp/theirs/run"}
         return subprocess.run(["/tmp/product/run", "--once"], capture_output=True, text=True, cwd="/tmp",
-                              env=variables, user=65534, group=65534, extra_groups=[], timeout=60)
+                              env=variables, user=NOBODY, group=NOBODY, extra_groups=[], timeout=60)
 
     assert "chassis-sim ended before it was ready" in run_as_somebody_else().stderr
     with open("/tmp/ponmgr-run.lock") as lock:

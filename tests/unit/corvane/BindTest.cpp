@@ -176,9 +176,7 @@ TEST_F(BindTest, ASocketThatCannotBeProbedIsLeftAlone) {
 }
 
 TEST_F(BindTest, TheSocketOfAnotherUserThatCannotBeProbedIsLeftAlone) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     leaveStaleSocket(kPath);
     ASSERT_EQ(chmod(kPath, 0600), 0);
     const WorkingAs other(kOtherUser);
@@ -189,9 +187,7 @@ TEST_F(BindTest, TheSocketOfAnotherUserThatCannotBeProbedIsLeftAlone) {
 }
 
 TEST_F(BindTest, AStaleSocketThatCannotBeRemovedIsNamedWithTheSystemsReason) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     leaveStaleSocket(kPath);
     ASSERT_EQ(chmod(kPath, 0666), 0);
     const WorkingAs other(kOtherUser);
@@ -201,9 +197,7 @@ TEST_F(BindTest, AStaleSocketThatCannotBeRemovedIsNamedWithTheSystemsReason) {
 }
 
 TEST_F(BindTest, AFolderWithoutPermissionIsNamedWithTheSystemsReason) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     fs::create_directory("/tmp/closed");
     fs::permissions("/tmp/closed", fs::perms::owner_all);
     const WorkingAs other(kOtherUser);

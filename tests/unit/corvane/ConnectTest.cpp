@@ -81,9 +81,7 @@ TEST_F(ConnectTest, AStreamListenerFailsWithTheSystemsReason) {
 }
 
 TEST_F(ConnectTest, AListenerThatTheUserMayNotWriteToFailsWithTheSystemsReason) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     const WorkingAs other(kOtherUser);
     expectConnectToFail("connect to /tmp/receiver.ipc: Permission denied");
 }
@@ -145,9 +143,7 @@ TEST_F(ConnectTest, ASendWhileThePeerIsAwayFailsAndTheNextAfterItsReturnArrives)
 }
 
 TEST_F(ConnectTest, AListenerOfAnotherUserIsRefused) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     RawSocket stranger;
     stranger.bind("/tmp/stranger.ipc");
     ASSERT_EQ(chown("/tmp/stranger.ipc", kOtherUser, kOtherUser), 0);
@@ -158,9 +154,7 @@ TEST_F(ConnectTest, AListenerOfAnotherUserIsRefused) {
 }
 
 TEST_F(ConnectTest, ALinkOfAnotherUserToAListenerIsRefused) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     ASSERT_EQ(symlink(kPath, "/tmp/link.ipc"), 0);
     ASSERT_EQ(lchown("/tmp/link.ipc", kOtherUser, kOtherUser), 0);
     EXPECT_FALSE(sender.connect("/tmp/link.ipc"));
@@ -170,9 +164,7 @@ TEST_F(ConnectTest, ALinkOfAnotherUserToAListenerIsRefused) {
 }
 
 TEST_F(ConnectTest, AStrangersSocketInThePlaceOfThePeersGetsNothing) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     ASSERT_TRUE(sender.connect(kPath));
     ASSERT_EQ(chown(kPath, kOtherUser, kOtherUser), 0);
     EXPECT_EQ(sender.send("secret"), -1);

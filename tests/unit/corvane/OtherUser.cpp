@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <exception>
-#include <fstream>
 #include <iostream>
 #include <system_error>
 
@@ -17,20 +15,6 @@
 namespace ponmgr::test {
 
 namespace {
-
-// Whether a number is a user or a group here, by the namespace's map of them.
-bool isMapped(const char* mapFile, std::uint64_t number) {
-    std::ifstream map(mapFile);
-    std::uint64_t first = 0;
-    std::uint64_t outside = 0;
-    std::uint64_t count = 0;
-    while (map >> first >> outside >> count) {
-        if (number >= first && number - first < count) {
-            return true;
-        }
-    }
-    return false;
-}
 
 // Makes this process one of `user` for good, also when it works as another user at present.
 bool become(uid_t user) {
@@ -57,18 +41,6 @@ int sendInChild(uid_t user, const std::string& path, const std::string& text, bo
 }
 
 }  // namespace
-
-bool otherUsersExist() {
-    constexpr auto kUsers = "/proc/self/uid_map";
-    constexpr auto kGroups = "/proc/self/gid_map";
-    if (isMapped(kUsers, kOtherUser) && isMapped(kUsers, kThirdUser) &&
-        isMapped(kGroups, kOtherUser) && isMapped(kGroups, kThirdUser)) {
-        return true;
-    }
-    std::cout << "left out: this user namespace has no users " << kOtherUser << " and "
-              << kThirdUser << "\n";
-    return false;
-}
 
 SentBy sendAs(uid_t user, const std::string& path, const std::string& text, bool withDescriptor) {
     SentBy result;

@@ -5,15 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "support/OtherUsers.h"
+
 namespace ponmgr::test {
-
-/// Two ordinary users that no process here belongs to.
-constexpr uid_t kOtherUser = 65534;
-constexpr uid_t kThirdUser = 65533;
-
-/// Whether this process can become the users above. Not so in a user namespace that knows root
-/// only; then it says so on standard output, for the test that has to leave out its processes.
-bool otherUsersExist();
 
 /// A process that has sent one message, or tried to.
 struct SentBy {

@@ -31,33 +31,25 @@ protected:
 };
 
 TEST_F(StrangerTest, AnotherUserCannotWriteToTheFileAsItIsMade) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     EXPECT_EQ(sendAs(kOtherUser, kPath, "text").error, EACCES);
 }
 
 TEST_F(StrangerTest, AMessageOfAnotherUserIsRefusedWithItsProcessAndUser) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     openToAll();
     expectRefusal(sendAs(kOtherUser, kPath, "text"), kOtherUser);
 }
 
 TEST_F(StrangerTest, ALongOrEmptyMessageOfAnotherUserIsRefusedToo) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     openToAll();
     expectRefusal(sendAs(kOtherUser, kPath, std::string(150'000, 'x')), kOtherUser);
     expectRefusal(sendAs(kOtherUser, kPath, ""), kOtherUser);
 }
 
 TEST_F(StrangerTest, TheMessagesAroundARefusedOneArrive) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     openToAll();
     EXPECT_EQ(sender.send("before"), 6);
     const auto sent = sendAs(kOtherUser, kPath, "text");
@@ -68,9 +60,7 @@ TEST_F(StrangerTest, TheMessagesAroundARefusedOneArrive) {
 }
 
 TEST_F(StrangerTest, DescriptorsThatComeWithARefusedMessageAreClosed) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     openToAll();
     const auto before = openDescriptors();
     expectRefusal(sendAs(kOtherUser, kPath, "text", true), kOtherUser);
@@ -93,9 +83,7 @@ protected:
 };
 
 TEST_F(OrdinaryReceiverTest, ItsOwnUserAndRootMaySend) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     const WorkingAs ordinary(kOtherUser);
     listen();
     ASSERT_EQ(sendAs(kOtherUser, kPath, "from its own user").error, 0);
@@ -105,9 +93,7 @@ TEST_F(OrdinaryReceiverTest, ItsOwnUserAndRootMaySend) {
 }
 
 TEST_F(OrdinaryReceiverTest, AThirdUserIsRefusedWithTheNamesOfWhoMaySend) {
-    if (!otherUsersExist()) {
-        return;
-    }
+    PONMGR_NEEDS_OTHER_USERS();
     const WorkingAs ordinary(kOtherUser);
     listen();
     const auto sent = sendAs(kThirdUser, kPath, "text");
