@@ -1,23 +1,47 @@
-"""What is shipped carries the usual protections, read from the binaries themselves."""
+"""What is shipped carries the usual protections, read from the files themselves and from how each of
+their sources was compiled."""
 
+import json
 import re
+import shlex
 import subprocess
 
 import pytest
 
-from conftest import BUILD
+from conftest import BUILD, ROOT
 
-PROGRAMS = ["bin/ponmgrd", "bin/chassis-sim", "bin/dbman"]
-LIBRARY = "lib/libCorvane.so"
+# each shipped file, and the folder of its sources
+SOURCES = {"bin/ponmgrd": "src", "lib/libCorvane.so": "corvane", "bin/chassis-sim": "sim", "bin/dbman": "dbman"}
+PROGRAMS = [name for name in SOURCES if name.startswith("bin/")]
+
+PROTECTIONS = ["-fstack-protector-strong", "-fstack-clash-protection", "-fcf-protection=full",
+               "-D_FORTIFY_SOURCE=2", "-Wall", "-Wextra", "-Wformat=2", "-Wformat-nonliteral", "-Werror"]
+# what would take one of them back behind it
+TAKEN_BACK = re.compile(r"-w|-Wno-(?!psabi).*|-fno-(pic|pie|stack-.*)|-fcf-protection=(?!full).*"
+                        r"|-D_FORTIFY_SOURCE=[01]|-O0")
+# they write as much as they are given
+UNBOUNDED = re.compile(r"\b(gets|strcpy|stpcpy|strcat|v?sprintf|v?f?scanf|v?sscanf|alloca)@")
+
+pytestmark = pytest.mark.shipped
+everything = pytest.mark.parametrize("name", SOURCES)
+
+
+def run(*words):
+    return subprocess.run(words, capture_output=True, text=True, check=True).stdout
 
 
 def readelf(name, *options):
-    return subprocess.run(["readelf", "--wide", *options, BUILD / name], capture_output=True, text=True,
-                          check=True).stdout
+    return run("readelf", "--wide", *options, BUILD / name)
 
 
-pytestmark = pytest.mark.shipped
-everything = pytest.mark.parametrize("name", [*PROGRAMS, LIBRARY])
+def compilations(name):
+    """The command of each source of a shipped file."""
+    folder = ROOT / SOURCES[name]
+    commands = [shlex.split(entry["command"])
+                for entry in json.loads((BUILD / "compile_commands.json").read_text())
+                if folder in (BUILD / entry["file"]).resolve().parents]
+    assert len(commands) >= 5, f"the sources in {folder}"
+    return commands
 
 
 @pytest.mark.parametrize("name", PROGRAMS)
@@ -27,32 +51,88 @@ def test_programs_are_position_independent(name):
 
 
 @everything
-def test_relocations_are_read_only_from_the_start(name):
-    assert "GNU_RELRO" in readelf(name, "--program-headers")
-    assert re.search(r"FLAGS.*BIND_NOW|FLAGS_1.*\bNOW\b", readelf(name, "--dynamic"))
+def test_code_has_no_relocations(name):
+    assert "TEXTREL" not in readelf(name, "--dynamic")
 
 
 @everything
-def test_no_stack_can_be_executed(name):
-    stack = re.search(r"GNU_STACK\s+(0x\w+\s+){5}(?P<flags>[RWE ]+?)\s+0x", readelf(name, "--program-headers"))
-    assert stack and stack["flags"].strip() == "RW"
+def test_relocations_are_read_only_from_the_start(name):
+    assert "GNU_RELRO" in readelf(name, "--program-headers")
+    assert re.search(r"\(FLAGS\).*\bBIND_NOW\b", readelf(name, "--dynamic"))
+    assert re.search(r"\(FLAGS_1\).*\bNOW\b", readelf(name, "--dynamic"))
+
+
+@everything
+def test_no_stack_can_be_executed_and_nothing_is_both_written_and_executed(name):
+    segments = re.findall(r"^\s+(\w+)\s+(?:0x\w+\s+){5}([RWE ]{3})\s+0x", readelf(name, "--program-headers"), re.M)
+    assert [flags.strip() for kind, flags in segments if kind == "GNU_STACK"] == ["RW"]
+    loaded = [flags for kind, flags in segments if kind == "LOAD"]
+    assert len(loaded) > 2
+    assert not [flags for flags in loaded if "W" in flags and "E" in flags]
+
+
+@everything
+def test_libraries_are_looked_for_beside_the_programs_and_nowhere_else(name):
+    paths = re.findall(r"\((RPATH|RUNPATH)\)\s.*\[(.*)\]", readelf(name, "--dynamic"))
+    assert paths == [("RUNPATH", "$ORIGIN/../lib")]
 
 
 @everything
 def test_stacks_are_protected(name):
-    assert "__stack_chk_fail" in readelf(name, "--dyn-syms")
+    assert re.search(r"UND __stack_chk_fail@", readelf(name, "--dyn-syms"))
 
 
 @pytest.mark.parametrize("name", PROGRAMS)
 def test_library_calls_are_fortified(name):
-    assert re.search(r"\b__\w+_chk@GLIBC", readelf(name, "--dyn-syms"))
+    assert re.search(r"UND __\w+_chk@", readelf(name, "--dyn-syms"))
 
 
 @everything
-def test_functions_begin_with_a_mark_for_indirect_branches(name):
-    code = subprocess.run(["objdump", "--disassemble", "--no-show-raw-insn", BUILD / name],
-                          capture_output=True, text=True, check=True).stdout
-    # Debian's start-up code has none, so that the file as a whole isn't marked as protected.
-    first = re.findall(r"^[0-9a-f]+ <_Z\w*(?:ponmgr|Corvane)\w*>:\n\s+[0-9a-f]+:\s+(\w+)", code, re.M)
-    assert len(first) > 5
-    assert first.count("endbr64") > len(first) / 2
+def test_no_function_is_called_that_writes_without_a_bound(name):
+    assert not UNBOUNDED.findall(readelf(name, "--dyn-syms"))
+
+
+def functions(name):
+    """The first instruction of each function, by its address; and the addresses that code loads."""
+    code = run("objdump", "--disassemble", "--no-show-raw-insn", "--wide", BUILD / name)
+    first = re.findall(r"^([0-9a-f]+) <(\S+)>:\n\s+[0-9a-f]+:\s+(\S+)", code, re.M)
+    loaded = re.findall(r"\blea\s.*# ([0-9a-f]+) <", code)
+    return {int(address, 16): (symbol, opcode) for address, symbol, opcode in first}, loaded
+
+
+@everything
+def test_functions_that_can_be_called_by_address_begin_with_a_mark_for_it(name):
+    """Each of them without exception: those in tables, those whose address code loads, those exported.
+    The file as a whole isn't marked, since Debian's start-up code isn't."""
+    first, loaded = functions(name)
+    in_tables = re.findall(r"R_X86_64_RELATIVE\s+([0-9a-f]+)$", readelf(name, "--relocs"), re.M)
+    exported = re.findall(r"\d+: ([0-9a-f]{16})\s+\d+ FUNC\s+(?:GLOBAL|WEAK)\s+DEFAULT\s+\d+ ",
+                          readelf(name, "--dyn-syms"))
+    targets = {int(address, 16) for address in [*in_tables, *loaded, *exported]} & first.keys()
+    assert len(targets) >= 10
+    assert [first[address] for address in targets if first[address][1] != "endbr64"] == []
+
+
+@everything
+def test_every_source_is_compiled_with_the_protections(name):
+    for words in compilations(name):
+        assert [option for option in PROTECTIONS if option not in words] == [], words
+        assert {"-fPIC", "-fPIE"} & set(words), words
+        assert [word for word in words if TAKEN_BACK.fullmatch(word)] == [], words
+
+
+@everything
+def test_a_format_string_from_outside_is_refused_by_the_compiler(name):
+    """By the command of one of its sources, given a source that has one, and one that has none."""
+    words = compilations(name)[0]
+    command = [*words[:words.index("-o")], "-fsyntax-only", "-x", "c++", "-"]
+
+    def compile_source(call):
+        source = f"#include <cstdio>\nint say(const char* text);\nint say(const char* text) {{ return {call}; }}\n"
+        return subprocess.run(command, input=source, capture_output=True, text=True, cwd=BUILD)
+
+    accepted = compile_source('std::printf("%s", text)')
+    assert accepted.returncode == 0, accepted.stderr
+    for call in ("std::printf(text)", "std::printf(text, 1)"):
+        refused = compile_source(call)
+        assert refused.returncode != 0 and re.search(r"format-(nonliteral|security)\]", refused.stderr)
