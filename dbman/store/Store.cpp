@@ -12,8 +12,6 @@ namespace ponmgr::dbman {
 
 namespace {
 
-using SteadyClock = std::chrono::steady_clock;
-
 // Small enough for a commit of some 10 ms, large enough for a storm.
 constexpr std::size_t kRowsPerCommit = 2000;
 // A disk that is too slow for a storm isn't reported with each commit.
@@ -69,7 +67,7 @@ StoredState Store::open() {
 
 void Store::start() {
     checkpoints = std::make_unique<Checkpoints>(options.file, options.mergePause);
-    nextPruning = SteadyClock::now();
+    nextPruning = options.time->now();
     thread = std::thread([this] {
         pthread_setname_np(pthread_self(), "dbman-store");
         run();
@@ -110,22 +108,24 @@ void Store::wake() {
     changed.notify_one();
 }
 
-void Store::waitForRoom() {
+bool Store::waitForRoom() {
     Lock lock(mutex);
     if (!error.empty() || receiverGaveUp || !isCrowded()) {
-        return;
+        return false;
     }
-    receiverGaveUp = !progressed.wait_for(
-        lock, options.roomLimit, [this] { return stopping || !error.empty() || !isCrowded(); });
+    receiverGaveUp =
+        !options.time->waitUntil(progressed, lock, options.time->now() + options.roomLimit,
+                                 [this] { return stopping || !error.empty() || !isCrowded(); });
+    return true;
 }
 
 bool Store::flush() {
     Lock lock(mutex);
     const auto wanted = ++flushWanted;
     changed.notify_one();
-    progressed.wait_for(lock, options.flushLimit, [this, wanted] {
-        return stopping || !error.empty() || flushDone >= wanted;
-    });
+    options.time->waitUntil(
+        progressed, lock, options.time->now() + options.flushLimit,
+        [this, wanted] { return stopping || !error.empty() || flushDone >= wanted; });
     return flushDone >= wanted;
 }
 
@@ -151,26 +151,27 @@ bool Store::isDue() const {
 }
 
 bool Store::isCrowded() const {
-    const auto limit = SteadyClock::now() - options.crowdAge;
-    return (writingSince && *writingSince < limit) || (hasWork() && firstWaiting < limit);
+    const auto limit = options.time->now() - options.crowdAge;
+    return (writingSince && *writingSince <= limit) || (hasWork() && firstWaiting <= limit);
 }
 
 void Store::noteWork() {
     if (!hasWork()) {
-        firstWaiting = SteadyClock::now();
+        firstWaiting = options.time->now();
     }
     stateChanged = true;
 }
 
 void Store::waitForWork(Lock& lock) {
     if (!error.empty()) {
-        changed.wait_until(lock, nextTry, [this] { return stopping; });
+        options.time->waitUntil(changed, lock, nextTry, [this] { return stopping; });
         return;
     }
-    changed.wait_until(lock, nextPruning, [this] { return stopping || hasWork() || isDue(); });
+    options.time->waitUntil(changed, lock, nextPruning,
+                            [this] { return stopping || hasWork() || isDue(); });
     if (hasWork()) {
-        changed.wait_until(lock, firstWaiting + options.commitDelay,
-                           [this] { return stopping || isDue(); });
+        options.time->waitUntil(changed, lock, firstWaiting + options.commitDelay,
+                                [this] { return stopping || isDue(); });
     }
 }
 
@@ -194,7 +195,7 @@ void Store::run() {
             flushDone = wanted;
             progressed.notify_all();
         }
-        if (written && !last && SteadyClock::now() >= nextPruning) {
+        if (written && !last && options.time->now() >= nextPruning) {
             prune(lock);
         }
         goOn = !last || (written && !drained);
@@ -244,7 +245,7 @@ void Store::prune(Lock& lock) {
     lock.lock();
     // More of them come after what waits, so that nothing waits for long.
     nextPruning =
-        SteadyClock::now() + (deleted > 0 ? std::chrono::milliseconds(0) : options.pruneInterval);
+        options.time->now() + (deleted > 0 ? std::chrono::milliseconds(0) : options.pruneInterval);
     noteWork();
 }
 
@@ -254,11 +255,11 @@ void Store::succeed(Lock& lock) {
     const bool wasFailing = !error.empty();
     const auto lost = backlog.dropped() - reportedLost;
     error.clear();
-    if (!wasFailing && (lost == 0 || SteadyClock::now() < nextLossReport)) {
+    if (!wasFailing && (lost == 0 || options.time->now() < nextLossReport)) {
         return;
     }
     reportedLost = backlog.dropped();
-    nextLossReport = SteadyClock::now() + kLossReportPause;
+    nextLossReport = options.time->now() + kLossReportPause;
     lock.unlock();
     report("database " + options.file + (wasFailing ? " is written again, " : " is too slow, ") +
            std::to_string(lost) + " rows were lost");
@@ -268,7 +269,7 @@ void Store::succeed(Lock& lock) {
 void Store::fail(Lock& lock, const std::string& why) {
     const bool isNew = error.empty();
     error = why;
-    nextTry = SteadyClock::now() + options.retryPause;
+    nextTry = options.time->now() + options.retryPause;
     progressed.notify_all();
     if (isNew) {
         lock.unlock();

@@ -17,6 +17,7 @@
 #include "dbman/store/Retention.h"
 #include "dbman/store/RowBacklog.h"
 #include "dbman/store/RowWriter.h"
+#include "dbman/store/SteadyTime.h"
 #include "dbman/store/StoredState.h"
 
 namespace ponmgr::dbman {
@@ -54,13 +55,15 @@ public:
         std::chrono::milliseconds mergePause{1000};
         /// From the end of one pruning to the next.
         std::chrono::milliseconds pruneInterval{60'000};
-        /// While a row is older than this and not committed, a receiver waits, so that none becomes
-        /// older than 100 ms.
+        /// While a row is this old and not committed, a receiver waits, so that none becomes older
+        /// than 100 ms.
         std::chrono::milliseconds crowdAge{40};
         /// How long it waits for a disk that doesn't keep up.
         std::chrono::milliseconds roomLimit{100};
         /// How long readers wait for what was posted before.
         std::chrono::milliseconds flushLimit{2000};
+        /// What all of these go by.
+        std::shared_ptr<SteadyTime> time = std::make_shared<SteadyTime>();
     };
 
     using Clock = std::function<Time()>;
@@ -92,8 +95,9 @@ public:
     /// Has changes of the current state written that no row comes with.
     void wake();
 
-    /// Waits a short time when the disk doesn't keep up, once until it does again.
-    void waitForRoom();
+    /// Waits a short time when the disk doesn't keep up, once until it does again. Returns whether
+    /// it had to.
+    bool waitForRoom();
 
     /// Waits until all is committed that was posted before. False: that can't be done now, or takes
     /// too long.
@@ -105,7 +109,7 @@ public:
     HistoryReader& history() { return *reader; }
 
 private:
-    using Moment = std::chrono::steady_clock::time_point;
+    using Moment = SteadyTime::Moment;
     using Lock = std::unique_lock<std::mutex>;
 
     void run();
