@@ -62,6 +62,10 @@ def check_every_kind_is_known():
     assert told == set(KINDS), f"kinds of faults: the simulator's {sorted(told)}, ours {sorted(KINDS)}"
 
 
+# Seconds that a fault can hold a datagram up, which it still does when it is over.
+LINGERING = {"delay": 3, "late": 16}
+
+
 def add(kind, slot, chance, seconds):
     """Adds a fault of this kind to a card, for so long."""
     ask("chassis-sim", "ctl", "fault", "add", kind, "--card", slot, "--for", f"{int(seconds * 1000)}ms",

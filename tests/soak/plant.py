@@ -28,10 +28,13 @@ class Refused(Exception):
     """A program didn't do what it was asked; its words."""
 
 
-def ask(name, *words):
-    """What a program answers to a command, from JSON."""
-    done = subprocess.run([program(name), *map(str, words), "--json"], capture_output=True, text=True,
-                          timeout=ANSWER_TIME)
+def ask(name, *words, limit=ANSWER_TIME):
+    """What a program answers to a command within so many seconds, from JSON."""
+    try:
+        done = subprocess.run([program(name), *map(str, words), "--json"], capture_output=True, text=True,
+                              timeout=limit)
+    except subprocess.TimeoutExpired as error:
+        raise Refused(f"{name} {' '.join(map(str, words))}: no answer within {limit} s") from error
     try:
         answer = json.loads(done.stdout)
     except ValueError:
@@ -53,6 +56,25 @@ def _what_is_missing(slot):
              if row["state"] != "on-line" or not row["provisioned"]]
     lacking = [request(verb="onu", onu=name, action="get") for name in names[:3]]
     return "".join(f", {onu['onu']} {onu['state']} lacks {onu['missing']}" for onu in lacking)
+
+
+# Lines that dbman holds, which take it ten minutes and more to fill by itself; and a line of the longest usual
+# length, by a command that does nothing.
+HELD_LINES = 10000
+LINE = {"command": "send", "uri": "/slot/no/such/command", "data": {"slot_id": "1", "why": "x" * 40}}
+
+
+def fill_event_log():
+    """Has dbman write as many lines as it holds, so that its memory for them is taken."""
+    with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as stream:
+        stream.settimeout(ANSWER_TIME)
+        stream.connect("/tmp/dbman.ctl")
+        with stream.makefile("rb") as answers:
+            for slot in range(HELD_LINES):
+                line = {**LINE, "data": {**LINE["data"], "slot_id": str(1 + slot % 8)}}
+                stream.sendall(json.dumps(line).encode() + b"\n")
+                answer = json.loads(answers.readline())
+                assert "error" not in answer, answer
 
 
 class Plant:

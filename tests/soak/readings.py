@@ -19,15 +19,16 @@ def reading_of(pid):
     return Reading(value("VmRSS"), len(list(Path(f"/proc/{pid}/fd").iterdir())), value("Threads"))
 
 
-def level_of(pid, times=12, pause=0.25):
-    """The same at rest: the median size, and the fewest descriptors and threads, since the daemon's
-    probes take some for a moment."""
-    taken = []
+def levels_of(pids, times=48, pause=0.25):
+    """The same of some processes at rest, by name: the median size, and the fewest descriptors and threads
+    over twelve seconds, since one or another of the daemon's probes takes some for most of ten."""
+    taken = {name: [] for name in pids}
     for _ in range(times):
-        taken.append(reading_of(pid))
+        for name, pid in pids.items():
+            taken[name].append(reading_of(pid))
         time.sleep(pause)
-    return Reading(int(median(one.resident_kb for one in taken)), min(one.descriptors for one in taken),
-                   min(one.threads for one in taken))
+    return {name: Reading(int(median(one.resident_kb for one in seen)), min(one.descriptors for one in seen),
+                          min(one.threads for one in seen)) for name, seen in taken.items()}
 
 
 def udp_queues():

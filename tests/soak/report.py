@@ -9,14 +9,18 @@ SHORTEST_TO_JUDGE = 300  # seconds; buffers need some minutes to reach their bou
 
 
 def levels_compared(levels, warm_up):
-    """By program: its reading at rest after the warm-up, or in the first calm of its last start, and the
-    last one; nothing for a program without two of them."""
+    """By program: its reading at rest after the warm-up and the last one, both of its last start; of one that
+    has had one calm since then, the largest of its earlier starts and this one. Nothing for a program that
+    was seen at rest once only."""
     compared = {}
     for name in levels[-1][2] if levels else ():
-        same = [readings[name] for at, starts, readings in levels
-                if starts[name] == levels[-1][1][name] and at >= warm_up]
+        judged = [(starts[name], readings[name]) for at, starts, readings in levels if at >= warm_up]
+        same = [reading for start, reading in judged if start == levels[-1][1][name]]
+        others = [reading for start, reading in judged if start != levels[-1][1][name]]
         if len(same) >= 2:
             compared[name] = (same[0], same[-1])
+        elif same and others:
+            compared[name] = (max(others), same[-1])
     return compared
 
 
@@ -61,6 +65,7 @@ def summary(rounds, settings, complaints):
                     "refused": stage.refused[group, name]}
                    for (group, name), count in sorted({**_zeros(stage.refused), **stage.played}.items())],
         "recoveries": recoveries(rounds.recoveries),
+        "judged": rounds.ledger.told(),
         "mended_by_operator": [one._asdict() for one in rounds.mended],
         "sizes_judged": judge_sizes,
         "levels": {name: {"after_warm_up": first._asdict(), "end": last._asdict()}
@@ -81,7 +86,8 @@ def _zeros(counter):
 
 def _sample(sample):
     return {"at": round(sample.at, 1), "udp_bytes": sample.udp_bytes, "udp_drops": sample.udp_drops,
-            "local_bytes": sample.local_bytes,
+            "local_bytes": sample.local_bytes, "drained_s": sample.drained, "wrong": sample.wrong,
+            "unseen": sample.unseen,
             **{name: reading._asdict() for name, reading in sample.readings.items()}}
 
 
@@ -118,6 +124,13 @@ def _memory_rows(told):
                "{descriptors}/{threads}".format(**pair[1]) if pair else "-"]
 
 
+def _judged(judged):
+    slots = judged["slot_samples"]
+    return ["Slots in samples: " + ", ".join(f"{count} {outcome}" for outcome, count in sorted(slots.items()))
+            + f"; wrong for {judged['longest_wrong_s']} s at the longest",
+            f"Slots in calms: {judged['slot_calms']}, {judged['mended']} of them reset by an operator"]
+
+
 def text_of_summary(told):
     """The summary for people."""
     recovered = told["recoveries"]
@@ -127,6 +140,7 @@ def text_of_summary(told):
                     [[f"{row['group']}: {row['name']}", row["count"], row["refused"]] for row in told["played"]])
     lines += ["", "Right again after: " + (f"median {recovered['median_s']} s, worst {recovered['worst_s']} s, "
                                            f"{recovered['count']} times" if recovered["count"] else "never")]
+    lines += _judged(told["judged"])
     lines += [f"Reset by an operator: slot {one['slot']}, {'; '.join(one['what'][:2])}; faults there: "
               f"{', '.join(one['faults'])}" for one in told["mended_by_operator"]]
     lines += [""] + _table(["resident size in kB", "start", "min", "median", "max", "end", "warm", "at the end",

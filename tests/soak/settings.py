@@ -11,17 +11,18 @@ from support import recovery  # noqa: E402
 
 from duration import seconds_of  # noqa: E402
 
-# Seconds from the end of all troubles until everything is right: the longest that is promised for any of
-# them, and something for the passes of cards with many ONUs.
-RECOVERY_LIMIT = recovery.CARD + 12
+# Seconds that the passes of cards with many ONUs add to what is promised for a trouble, and with them the
+# longest that is promised for any.
+MANY_ONUS = 12
+RECOVERY_LIMIT = recovery.CARD + MANY_ONUS
 SHORTEST_WARM_UP = 10
 TROUBLES_A_SECOND = 1.5
 
 DESCRIPTION = """\
 Builds the product and runs all of it in a network of its own, with eight cards, under random faults on
 the wire, troubles of cards and ONUs, and commands, in rounds: a storm, then a calm in which everything
-must be right within %d seconds. Memory, descriptors, threads and queues are looked at every 10 seconds.
-Ends with a report, and with status 0 when all was well, 1 when not. Ctrl-C ends it early: after one calm
+must be right within %d seconds. Inventory, memory, descriptors, threads and queues are judged every 10
+seconds. Ends with a report, and with status 0 when all was well, 1 when not. Ctrl-C ends it early: after one calm
 more, or at once when pressed again.
 """ % RECOVERY_LIMIT
 

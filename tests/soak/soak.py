@@ -15,7 +15,7 @@ import plant as plants
 from duration import text_of
 from faults import check_every_kind_is_known
 from report import summary, text_of_summary
-from rounds import Disagreement, Rounds
+from rounds import STORM_TIME, Disagreement, Rounds
 from settings import arguments
 from stage import Stage
 from support import namespace
@@ -53,7 +53,7 @@ def play(rounds, settings):
     tell(f"everything is in service after {text_of(rounds.elapsed())}")
     rounds.begin()
     rounds.burst()
-    storm = min(45, settings.warm_up)
+    storm = min(STORM_TIME, settings.warm_up)
     while rounds.elapsed() < settings.seconds and not rounds.ending():
         rounds.storm(storm)
         rounds.calm()
@@ -75,6 +75,7 @@ def soak(settings, folder):
         complaints.append(str(error))
     except KeyboardInterrupt:
         tell("ended at once; the last calm is not judged")
+    rounds.end()
     messages = _messages(plant)
     complaints += plant.end()
     return {**summary(rounds, settings, complaints), "messages": messages}

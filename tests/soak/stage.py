@@ -3,9 +3,10 @@
 import time
 from collections import Counter, defaultdict, deque
 
+import faults
+from incidents import Incident, Incidents
 from plant import Refused, ask
 from troubles import SLOTS, control
-
 
 # A card that didn't answer keeps the daemon waiting for so many seconds. The events of that time are taken
 # together then, and all of them are lost when a fault has spoilt one: none of those may be the last of an ONU.
@@ -18,9 +19,10 @@ class Busy(Exception):
 
 
 class Stage:
-    """Plays random troubles on a plant and undoes each when its time is over."""
+    """Plays random troubles on a plant and undoes each when its time is over; `clock` gives the seconds
+    by which it notes them."""
 
-    def __init__(self, plant, chance, troubles):
+    def __init__(self, plant, chance, troubles, clock=time.monotonic):
         self.plant = plant
         self.chance = chance
         self.troubles = troubles
@@ -29,6 +31,10 @@ class Stage:
         self.onus = [(row["onu"], row["mac"]) for row in control("onu", "list")["onus"]]
         self.under_way = []  # (end, undo, what it takes)
         self.taking = []
+        self.clock = clock
+        self.incidents = Incidents()
+        self.touched = set()
+        self.lasting = 0.0
         self.last_refusals = deque(maxlen=5)
         self.forget()
 
@@ -40,12 +46,12 @@ class Stage:
     # What a trouble takes; nothing else gets it until the trouble is undone.
 
     def _take(self, name):
-        if any(name in taken for _, _, taken in self.under_way) or name in self.taking:
+        if any(name in taken for _, _, taken, _ in self.under_way) or name in self.taking:
             raise Busy
         self.taking.append(name)
 
     def take_slot(self):
-        slot = self.chance.choice(SLOTS)
+        slot = self.any_slot()
         self._take(("slot", slot))
         return slot
 
@@ -57,13 +63,29 @@ class Stage:
     def take_programs(self):
         """Only one of the programs is halted or down at a time."""
         self._take("programs")
+        self.touch(*SLOTS)
+
+    def any_slot(self):
+        slot = self.chance.choice(SLOTS)
+        self.touch(slot)
+        return slot
 
     def any_onu(self):
-        return self.chance.choice(self.onus)
+        name, mac = self.chance.choice(self.onus)
+        self.touch(int(name.split("/")[0]))
+        return name, mac
+
+    def touch(self, *slots):
+        """What the trouble that begins happens to."""
+        self.touched.update(slots)
+
+    def last(self, seconds):
+        """How long the trouble that begins goes on by itself."""
+        self.lasting = seconds
 
     def command(self, *words):
         """Has dbman do something, unless a program is halted or down."""
-        if any("programs" in taken for _, _, taken in self.under_way):
+        if any("programs" in taken for _, _, taken, _ in self.under_way):
             raise Busy
         ask("dbman", *words)
 
@@ -72,18 +94,28 @@ class Stage:
     def play_one(self):
         """Begins one random trouble."""
         trouble, = self.chance.choices(self.troubles, [one.weight for one in self.troubles])
-        self.taking = []
+        self.taking, self.touched, self.lasting = [], set(), 0.0
+        began = self.clock()
         try:
             undo = trouble.begin(self)
         except Busy:
             return
         except Refused:
             self.refused[trouble.group, trouble.name] += 1
+            self._note(trouble, began)
             return
         self.played[trouble.group, trouble.name] += 1
+        incident = self._note(trouble, began)
         if undo:
+            incident.ended = None
             end = time.monotonic() + _between(self.chance, *trouble.seconds)
-            self.under_way.append((end, undo, self.taking))
+            self.under_way.append((end, undo, self.taking, incident))
+
+    def _note(self, trouble, began):
+        """As an incident that has ended, or ends by itself."""
+        slots = self.touched if trouble.recovery else ()
+        return self.incidents.add(Incident(trouble.name, frozenset(slots), trouble.recovery, began,
+                                           self.clock() + self.lasting, halts=trouble.group == "program"))
 
     def undo_due(self):
         """Undoes the troubles whose time is over."""
@@ -95,6 +127,7 @@ class Stage:
         may need them."""
         self._undo([one for one in self.under_way if _takes(one, "programs")])
         control("fault", "remove", "all")
+        self.incidents.end(lambda one: one.name in faults.KINDS, self.clock())
         time.sleep(LONGEST_EXCHANGE)
         for held in ("slot", "onu", None):
             self._undo([one for one in self.under_way if held is None or _takes(one, held)])
@@ -109,6 +142,7 @@ class Stage:
             self.under_way.remove(one)
             try:
                 one[1]()
+                one[3].ended = self.clock()
             except (Busy, Refused) as refusal:
                 # What it needs is in trouble itself just now, or a new card that nobody has spoken to yet.
                 self.last_refusals.append(str(refusal))

@@ -12,8 +12,13 @@ from collections import namedtuple
 
 import faults
 from plant import ask
+from settings import MANY_ONUS
 
-Trouble = namedtuple("Trouble", ["name", "group", "weight", "seconds", "begin"])
+from support import recovery
+
+# How long it lasts, and how long after its end everything is right again at the latest; 0 when it changes
+# nothing that is shown.
+Trouble = namedtuple("Trouble", ["name", "group", "weight", "seconds", "recovery", "begin"])
 
 SLOTS = range(1, 9)
 SHORT, MEDIUM, LONG = (0.5, 3), (2, 15), (20, 32)  # seconds; the last is longer than the daemon's ping takes
@@ -96,7 +101,9 @@ def _move_port(stage):
 def _move_card(stage):
     name, _ = stage.take_onu()
     slot, port, _ = name.split("/")
-    control("onu", name, "move", f"{stage.chance.choice([n for n in SLOTS if n != int(slot)])}/{port}")
+    other = stage.chance.choice([n for n in SLOTS if n != int(slot)])
+    stage.touch(other)
+    control("onu", name, "move", f"{other}/{port}")
     return lambda: control("onu", name, "move", f"{slot}/{port}")
 
 
@@ -123,6 +130,8 @@ def _command(*words):
     """Words in capitals are filled in."""
     def begin(stage):
         name, mac = stage.any_onu()
+        if "all" in words:
+            stage.touch(*SLOTS)
         values = {"MAC": mac, "SLOT": name.split("/")[0], "VLAN": stage.chance.randint(1, 4095),
                   "PORT": "/".join(name.split("/")[:2])}
         stage.command(*[TEMPLATE.sub(lambda found: str(values[found[0]]), word) for word in words])
@@ -141,14 +150,20 @@ def _clear_address(stage):
     return lambda: stage.command("slot", "set", slot, "--ip", f"127.0.1.{slot}", "--source", "127.0.0.1")
 
 
+# The product's periods, and what many ONUs take longer.
+SEEN, ASKED_ANEW = recovery.EVENT + MANY_ONUS, recovery.ANNOUNCEMENT + MANY_ONUS
+WIRE, RESTART, CARD = (limit + MANY_ONUS for limit in (recovery.WIRE, recovery.RESTART, recovery.CARD))
+
+# What a command can change for a while, and within which time.
 COMMANDS = [
-    ("slot", "announce", "SLOT"), ("slot", "announce", "all"), ("slot", "enable", "SLOT"),
-    ("slot", "reset", "SLOT"), ("onu", "reset", "MAC"), ("onu", "remove", "MAC", "--slot", "SLOT"),
-    ("onu", "vlan", "MAC", "VLAN"), ("port", "vlan", "PORT", "VLAN"),
-    ("port", "vlan", "PORT", "VLAN", "--discard-untagged"), ("port", "vlan", "PORT", "--remove"),
-    ("send", "/slot/no/such/command", "slot_id=SLOT"), ("send", "/slot/enable", "slot_id=9"),
-    ("card", "list"), ("onu", "list", "--offline"), ("alarm", "list", "--active"),
-    ("alarm", "history", "--since", "1h"), ("optics", "MAC"), ("events", "--limit", "50"),
+    (ASKED_ANEW, "slot", "announce", "SLOT"), (ASKED_ANEW, "slot", "announce", "all"),
+    (RESTART, "slot", "enable", "SLOT"), (RESTART, "slot", "reset", "SLOT"), (WIRE, "onu", "reset", "MAC"),
+    (WIRE, "onu", "remove", "MAC", "--slot", "SLOT"), (0, "onu", "vlan", "MAC", "VLAN"),
+    (0, "port", "vlan", "PORT", "VLAN"), (0, "port", "vlan", "PORT", "VLAN", "--discard-untagged"),
+    (0, "port", "vlan", "PORT", "--remove"), (0, "send", "/slot/no/such/command", "slot_id=SLOT"),
+    (0, "send", "/slot/enable", "slot_id=9"), (0, "card", "list"), (0, "onu", "list", "--offline"),
+    (0, "alarm", "list", "--active"), (0, "alarm", "history", "--since", "1h"), (0, "optics", "MAC"),
+    (0, "events", "--limit", "50"),
 ]
 
 
@@ -181,31 +196,34 @@ def _kill_daemon(stage):
 
 def _fault(kind):
     def begin(stage):
-        slot = stage.chance.choice(SLOTS)
-        faults.add(kind, slot, stage.chance, stage.chance.uniform(2, 20))
+        slot, seconds = stage.any_slot(), stage.chance.uniform(2, 20)
+        stage.last(seconds)
+        faults.add(kind, slot, stage.chance, seconds)
         stage.faults_at[slot].add(kind)
     return begin
 
 
 CHASSIS = [
-    Trouble("card pulled", "chassis", 2, MEDIUM, _pull),
-    Trouble("card pulled, no ping", "chassis", 2, LONG, _pull_unseen),
-    Trouble("card swapped", "chassis", 2, LONG, _swap),
-    Trouble("card reset", "chassis", 2, None, _reset),
-    Trouble("fibre cut", "chassis", 3, MEDIUM, _cut),
-    Trouble("ONU unplugged", "chassis", 4, MEDIUM, _there_and_back("unplug", "plug")),
-    Trouble("ONU without power", "chassis", 4, MEDIUM, _there_and_back("power-off", "power-on")),
-    Trouble("ONU at the other port", "chassis", 4, UNTIL_CALM, _move_port),
-    Trouble("ONU at another card", "chassis", 4, UNTIL_CALM, _move_card),
-    Trouble("ONU fades", "chassis", 3, MEDIUM, _fade),
-    Trouble("alarm", "chassis", 4, MEDIUM, _alarm),
+    Trouble("card pulled", "chassis", 2, MEDIUM, CARD, _pull),
+    Trouble("card pulled, no ping", "chassis", 2, LONG, CARD, _pull_unseen),
+    Trouble("card swapped", "chassis", 2, LONG, CARD, _swap),
+    Trouble("card reset", "chassis", 2, None, RESTART, _reset),
+    Trouble("fibre cut", "chassis", 3, MEDIUM, SEEN, _cut),
+    Trouble("ONU unplugged", "chassis", 4, MEDIUM, SEEN, _there_and_back("unplug", "plug")),
+    Trouble("ONU without power", "chassis", 4, MEDIUM, SEEN, _there_and_back("power-off", "power-on")),
+    Trouble("ONU at the other port", "chassis", 4, UNTIL_CALM, SEEN, _move_port),
+    Trouble("ONU at another card", "chassis", 4, UNTIL_CALM, SEEN, _move_card),
+    Trouble("ONU fades", "chassis", 3, MEDIUM, SEEN, _fade),
+    Trouble("alarm", "chassis", 4, MEDIUM, 0, _alarm),
 ]
-ASKED = [Trouble(" ".join(words), "command", 1, None, _command(*words)) for words in COMMANDS] + [
-    Trouble("slot disable SLOT", "command", 1, SHORT, _disable),
-    Trouble("slot clear SLOT", "command", 1, SHORT, _clear_address),
+ASKED = [Trouble(" ".join(words), "command", 1, None, limit, _command(*words)) for limit, *words in COMMANDS] + [
+    Trouble("slot disable SLOT", "command", 1, SHORT, CARD, _disable),
+    Trouble("slot clear SLOT", "command", 1, SHORT, CARD, _clear_address),
 ]
-ON_THE_WIRE = [Trouble(kind, "fault", 3, None, _fault(kind)) for kind in faults.KINDS]
-HALTS = [Trouble("dbman halted", "program", 2, MEDIUM, _halt("dbman")),
-         Trouble("ponmgrd halted", "program", 2, MEDIUM, _halt("ponmgrd"))]
-KILLS = [Trouble("dbman killed", "program", 2, SHORT, _kill_manager),
-         Trouble("ponmgrd killed", "program", 2, SHORT, _kill_daemon)]
+# A wire that is bad for long has the daemon reset the card.
+ON_THE_WIRE = [Trouble(kind, "fault", 3, None, RESTART + faults.LINGERING.get(kind, 0), _fault(kind))
+               for kind in faults.KINDS]
+HALTS = [Trouble("dbman halted", "program", 2, MEDIUM, WIRE, _halt("dbman")),
+         Trouble("ponmgrd halted", "program", 2, MEDIUM, WIRE, _halt("ponmgrd"))]
+KILLS = [Trouble("dbman killed", "program", 2, SHORT, CARD, _kill_manager),
+         Trouble("ponmgrd killed", "program", 2, SHORT, CARD, _kill_daemon)]

@@ -18,10 +18,10 @@ from conftest import BUILD, ROOT
 sys.path.insert(0, str(ROOT / "tests" / "soak"))
 
 import duration  # noqa: E402
+import judgement  # noqa: E402
 import log_kinds  # noqa: E402
 import report  # noqa: E402
-from readings import Reading, level_of, local_queue, reading_of, udp_queues  # noqa: E402
-from rounds import Rounds  # noqa: E402
+from readings import Reading, levels_of, local_queue, reading_of, udp_queues  # noqa: E402
 
 WORDS = {"90s": 90, "30m": 1800, "2h": 7200, "1s": 1, "168h": 604800}
 WRONG_WORDS = ["", "0s", "-1s", "30", "m", "1.5h", "30 m", "30M", "1h30m", "169h", "1000000s", "٣s"]
@@ -107,7 +107,7 @@ def test_a_process_that_opens_and_takes_more_shows_it():
     assert after.descriptors == before.descriptors + 1
     assert after.resident_kb >= before.resident_kb + 15000
     assert len(held) == 1 << 24
-    assert level_of(os.getpid(), times=2, pause=0).threads == after.threads
+    assert levels_of({"this": os.getpid()}, times=2, pause=0)["this"].threads == after.threads
 
 
 def test_what_waits_at_the_sockets_is_seen():
@@ -127,7 +127,7 @@ def test_what_waits_at_the_sockets_is_seen():
 
 
 def levels(*readings, starts=(1, 1)):
-    """One program's reading in a calm at 100 s, and one at 200 s."""
+    """One program's readings in calms at 100 s, 200 s and so on."""
     return [(100 * (index + 1), {"ponmgrd": starts[index]}, {"ponmgrd": Reading(*reading)})
             for index, reading in enumerate(readings)]
 
@@ -157,7 +157,17 @@ def test_what_was_before_the_warm_up_does_not_count():
 
 
 def test_programs_are_compared_since_their_last_start():
-    assert complaints((10000, 9, 28), (20000, 9, 28), starts=(1, 2)) == []
+    assert complaints((10000, 9, 28), (20000, 9, 28), (20100, 9, 28), starts=(1, 2, 2)) == []
+    assert complaints((20000, 9, 28), (10000, 9, 28), (10300, 9, 28), starts=(1, 2, 2)) == [
+        "ponmgrd takes 10300 kB at rest, after the warm-up it was 10000 kB"]
+
+
+def test_a_program_that_was_killed_last_is_compared_with_what_it_was_before():
+    assert complaints((10000, 9, 28), (10200, 9, 28), starts=(1, 2)) == []
+    assert complaints((9000, 9, 28), (10000, 9, 28), (10200, 9, 28), starts=(1, 1, 2)) == []
+    assert complaints((10000, 9, 28), (20000, 10, 28), starts=(1, 2)) == [
+        "ponmgrd takes 20000 kB at rest, after the warm-up it was 10000 kB",
+        "ponmgrd has 10 descriptors, after the warm-up it had 9"]
 
 
 def test_memory_is_summed_up():
@@ -181,7 +191,7 @@ def test_recoveries_are_summed_up():
     (["ONU ('0', '00:0d:b6:01:00:00') is in the inventory alone"], {"flip-bit"}, True),
 ])
 def test_only_some_faults_explain_what_stays_wrong(what, hit, explained):
-    assert Rounds._explained(what, hit) == explained
+    assert judgement.is_excused(what, hit) == explained
 
 
 # The whole of it.

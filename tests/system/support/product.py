@@ -10,6 +10,7 @@ from pathlib import Path
 import pytest
 
 from .process import Process
+from .simulator import request
 from .waiting import wait_for
 
 ROOT = Path(__file__).resolve().parents[3]
@@ -39,8 +40,8 @@ def wait_in_service(limit="50s"):
     control("wait", "in-service", "--timeout", limit)
 
 
-def inventory():
-    """On-line cards and ONUs as the database manager shows them."""
+def inventory(ask=ask):
+    """On-line cards and ONUs as the database manager shows them; `ask` asks it."""
     cards = {(card["slot_id"], card["mac_address"]) for card in ask("dbman", "card", "list")["cards"]
              if card["state"] == "on-line"}
     onus = {(onu["slot_id"], onu["pon_port"], onu["mac_address"])
@@ -50,7 +51,7 @@ def inventory():
 
 def truth():
     """The same as it is in the chassis."""
-    told = control("truth")
+    told = request(verb="truth")
     cards = {(str(card["slot"]), card["mac"]) for card in told["cards"] if card["online"]}
     onus = {(str(onu["slot"]), str(onu["port"]), onu["mac"])
             for onu in told["onus"] if onu["online"]}
