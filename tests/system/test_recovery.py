@@ -48,27 +48,24 @@ def play(chassis, kinds, duration):
     played.check_the_clean_card()
 
 
+# Faults that end within an exchange, and those that outlast one: three tries and the wait for the first.
+SHORT, OUTLASTING = recovery.TRY + 1, (recovery.TRIES + 1) * recovery.TRY
+LONG = (pytest.mark.long, pytest.mark.timeout(500))
+
 SINGLE = [[(kind,) for kind in ALL[third::3]] for third in range(3)]
 
 
 def test_after_every_kind_of_fault_among_others_all_is_right_in_time(chassis):
-    play(chassis, HANDFUL, 6)
+    play(chassis, HANDFUL, SHORT)
     assert sorted(ALL) == sorted(row["kind"] for row in control("fault", "kinds")["kinds"])
 
 
-@pytest.mark.long
-@pytest.mark.parametrize("kinds", SINGLE)
-def test_after_each_fault_all_is_right_in_time(chassis, kinds):
-    play(chassis, kinds, 6)
+@pytest.mark.parametrize("kinds", [pytest.param(kinds, marks=LONG) for kinds in SINGLE])
+@pytest.mark.parametrize("duration", [SHORT, OUTLASTING])
+def test_after_each_fault_all_is_right_in_time(chassis, kinds, duration):
+    play(chassis, kinds, duration)
 
 
-@pytest.mark.long
-@pytest.mark.parametrize("kinds", SINGLE)
-def test_after_each_fault_that_outlasts_an_exchange_all_is_right_in_time(chassis, kinds):
-    play(chassis, kinds, 25)
-
-
-@pytest.mark.long
-@pytest.mark.parametrize("kinds", ROUNDS)
+@pytest.mark.parametrize("kinds", [pytest.param(kinds, marks=LONG) for kinds in ROUNDS])
 def test_after_every_pair_of_faults_all_is_right_in_time(chassis, kinds):
-    play(chassis, kinds, 6)
+    play(chassis, kinds, OUTLASTING)
