@@ -6,6 +6,7 @@ import json
 import multiprocessing
 import os
 import platform
+import subprocess
 import sys
 import time
 import traceback
@@ -55,8 +56,14 @@ def run_case(name, build, quick):
 def machine():
     model = next((line.split(":")[1].strip() for line in Path("/proc/cpuinfo").read_text().splitlines()
                   if line.startswith("model name")), platform.machine())
-    return {"processor": model, "cores": os.cpu_count(), "kernel": platform.release(),
-            "load_before": os.getloadavg()[0]}
+    return {"processor": model, "cores": os.cpu_count(), "kernel": platform.release()}
+
+
+def surroundings():
+    """What a case was measured with, and beside how much else."""
+    version = subprocess.run(["git", "describe", "--always", "--dirty"], cwd=ROOT, capture_output=True, text=True)
+    return {"started": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime()),
+            "version": version.stdout.strip() or "unknown", "load_before": round(os.getloadavg()[0], 2)}
 
 
 def parse_arguments(words):
@@ -74,13 +81,20 @@ def parse_arguments(words):
     return arguments
 
 
-def write_document(cases, results):
+def write_document(cases):
     text = write_into(DOCUMENT.read_text(), "machine",
-                      "Measured on {started:.10} on {cores} cores of {processor}, Linux {kernel}.".format(
-                          **results["machine"], started=results["started"]))
-    for name, rows in cases.items():
-        text = write_into(text, name, as_markdown([from_json(row) for row in rows]))
+                      "Measured on {cores} cores of {processor}, Linux {kernel}.".format(**machine()))
+    for name, case in cases.items():
+        text = write_into(text, name, when(case) + "\n\n" + as_markdown(rows_of(case)))
     DOCUMENT.write_text(text)
+
+
+def when(case):
+    return "{started:.10}, version {version}, with a load of {load_before} before it.".format(**case)
+
+
+def rows_of(case):
+    return [from_json(row) for row in case["rows"]]
 
 
 def chosen(arguments):
@@ -89,13 +103,29 @@ def chosen(arguments):
     return [name for name, case in ALL.items() if case.IN_QUICK or not arguments.quick]
 
 
-def store(build, cases, results):
-    """Cases that weren't run this time keep what was measured before, unless that was quick."""
-    path = build / "results.json"
-    earlier = json.loads(path.read_text()) if path.exists() else {}
-    kept = earlier.get("cases", {}) if earlier.get("quick") == results["quick"] else {}
-    path.write_text(json.dumps({**results, "cases": {**kept, **cases}}, indent=1) + "\n")
+def store(build, cases, quick):
+    """Cases that weren't run this time keep what was measured before; quick ones have a file of their own."""
+    path = build / ("results-quick.json" if quick else "results.json")
+    earlier = json.loads(path.read_text())["cases"] if path.exists() else {}
+    path.write_text(json.dumps({"machine": machine(), "cases": {**earlier, **cases}}, indent=1) + "\n")
     return path
+
+
+def measure(name, build, quick):
+    """RuntimeError when the case fails, or when one of its figures can't be true."""
+    case = {**surroundings(), "rows": run_case(name, build, quick)}
+    print(f"\n{name}\n{as_text(rows_of(case))}\n", flush=True)
+    wrong = [row.what for row in rows_of(case) if not quick and not row.is_credible()]
+    if wrong:
+        raise RuntimeError(f"{name} was disturbed, since something is faster than its floor: {', '.join(wrong)}")
+    return case
+
+
+def warn_of_load():
+    load, cores = os.getloadavg()[0], os.cpu_count()
+    if load > cores / 2:
+        print(f"./bench: the machine is busy (a load of {load:.1f} on {cores} cores); the figures will show it",
+              file=sys.stderr)
 
 
 def main():
@@ -105,21 +135,19 @@ def main():
         return 0
     arguments = parse_arguments(sys.argv[1:])
     build = arguments.build.resolve()
-    results = {"quick": arguments.quick, "machine": machine(),
-               "started": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime())}
+    if not arguments.quick:
+        warn_of_load()
     cases, failed = {}, []
     for name in chosen(arguments):
         say(f"{name}: {ALL[name].ANSWERS}")
         try:
-            cases[name] = run_case(name, build, arguments.quick)
+            cases[name] = measure(name, build, arguments.quick)
         except RuntimeError as failure:
             print(f"./bench: {failure}", file=sys.stderr)
             failed.append(name)
-            continue
-        print(f"\n{name}\n{as_text([from_json(row) for row in cases[name]])}\n", flush=True)
-    print(f"The results are in {store(build, cases, results).relative_to(ROOT)}.")
+    print(f"The results are in {os.path.relpath(store(build, cases, arguments.quick))}.")
     if arguments.write:
-        write_document(cases, results)
+        write_document(cases)
     if failed:
         print(f"./bench: these cases failed: {' '.join(failed)}", file=sys.stderr)
     return 1 if failed else 0

@@ -1,13 +1,14 @@
 """What a case finds out, and how runs become one figure."""
 
 import statistics
-from dataclasses import dataclass, field
+from dataclasses import asdict, dataclass, field
 
 
 @dataclass
 class Row:
     """One figure, by all of its runs: a ratio of one thing to another that was measured beside it in the same
-    run, or, with a unit, a plain figure."""
+    run, or, with a unit, a plain figure. Below `credible_from` it says that something else was measured than
+    what was meant: nothing is faster than its own floor."""
 
     what: str
     against: str
@@ -15,6 +16,7 @@ class Row:
     unit: str = ""
     at_most: float | None = None
     at_least: float | None = None
+    credible_from: float | None = None
     details: dict = field(default_factory=dict)
 
     @property
@@ -22,40 +24,30 @@ class Row:
         return statistics.median(self.runs)
 
     def goal(self):
+        if self.at_most is not None and self.at_least is not None:
+            return f"{plain(self.at_least)} to {plain(self.at_most)}"
         if self.at_most is not None:
             return f"at most {plain(self.at_most)}"
         return f"at least {plain(self.at_least)}" if self.at_least is not None else ""
 
     def is_met(self):
         """None without a goal."""
-        if self.at_most is not None:
-            return self.median <= self.at_most
-        return self.median >= self.at_least if self.at_least is not None else None
+        if self.at_most is None and self.at_least is None:
+            return None
+        return ((self.at_most is None or self.median <= self.at_most) and
+                (self.at_least is None or self.median >= self.at_least))
+
+    def is_credible(self):
+        return self.credible_from is None or self.median >= self.credible_from
 
     def as_json(self):
-        return {"what": self.what, "against": self.against, "unit": self.unit, "median": self.median,
-                "min": min(self.runs), "max": max(self.runs), "runs": self.runs, "goal": self.goal(),
-                "met": self.is_met(), "details": self.details}
+        return {**asdict(self), "median": self.median, "min": min(self.runs), "max": max(self.runs),
+                "met": self.is_met()}
 
 
-def from_json(row):
-    """The row again, without its goal's number: for tables of an earlier run."""
-    return StoredRow(row)
-
-
-class StoredRow:
-    """A row as it was written to the results."""
-
-    def __init__(self, row):
-        self.what, self.against, self.unit = row["what"], row["against"], row["unit"]
-        self.runs, self.median, self.details = row["runs"], row["median"], row["details"]
-        self._goal, self._met = row["goal"], row["met"]
-
-    def goal(self):
-        return self._goal
-
-    def is_met(self):
-        return self._met
+def from_json(stored):
+    """The row that as_json has written."""
+    return Row(**{name: stored[name] for name in Row.__dataclass_fields__})
 
 
 def plain(number):
@@ -74,6 +66,13 @@ def plain(number):
 def ratios(tops, bottoms):
     """Run by run."""
     return [top / bottom for top, bottom in zip(tops, bottoms, strict=True)]
+
+
+def by_turns(values, turn):
+    """The values in an order that changes from turn to turn, so that none is always measured first."""
+    values = list(values)
+    start = turn % len(values)
+    return values[start:] + values[:start]
 
 
 def quantile(values, part):
