@@ -32,7 +32,8 @@ CommandDispatch::CommandDispatch(CommandSender& messageSender, Counters& eventCo
       timing(sendingTiming) {}
 
 void CommandDispatch::post(const Message& message, std::chrono::milliseconds patience,
-                           const Effect& whenTaken, const CommandSender::Done& also) {
+                           const Effect& whenTaken, const CommandSender::Done& also,
+                           const CommandSender::Done& whenTriedAgain) {
     const auto shown = printable(describeMessage(message), kShownMessageBytes);
     const CommandRow row{{}, message.uri, dataOf(message), ""};
     const auto settle = [this, shown, row, whenTaken, also](const std::string& error) {
@@ -54,7 +55,7 @@ void CommandDispatch::post(const Message& message, std::chrono::milliseconds pat
             also(error);
         }
     };
-    sender.post(serializeMessage(message), patience, settle);
+    sender.post(serializeMessage(message), patience, settle, whenTriedAgain);
 }
 
 void CommandDispatch::sendPatiently(const std::vector<Message>& messages) {
@@ -65,31 +66,34 @@ void CommandDispatch::sendPatiently(const std::vector<Message>& messages) {
 
 std::shared_ptr<Sending> CommandDispatch::postAll(const std::vector<Message>& messages,
                                                   std::chrono::milliseconds patience,
-                                                  std::chrono::milliseconds limit,
                                                   const Effect& whenTaken) {
-    std::vector<std::future<std::string>> results;
-    for (const auto& message : messages) {
-        const auto result = std::make_shared<std::promise<std::string>>();
-        results.push_back(result->get_future());
-        post(message, patience, whenTaken, [this, result](const std::string& error) {
-            result->set_value(error);
+    std::vector<Sending::News> news;
+    const auto teller = [this](std::future<std::string>& told) {
+        const auto promise = std::make_shared<std::promise<std::string>>();
+        told = promise->get_future();
+        return [this, promise](const std::string& error) {
+            promise->set_value(error);
             settled();
-        });
+        };
+    };
+    for (const auto& message : messages) {
+        auto& own = news.emplace_back();
+        post(message, patience, whenTaken, teller(own.result), teller(own.failedTry));
     }
-    return std::make_shared<Sending>(std::move(results), Sending::Clock::now() + limit);
+    return std::make_shared<Sending>(std::move(news), Sending::Clock::now() + timing.answerLimit);
 }
 
 std::shared_ptr<Sending> CommandDispatch::sendPatientlyAndLook(
     const std::vector<Message>& messages) {
-    return postAll(messages, timing.patience, timing.firstTryLimit);
+    return postAll(messages, timing.patience);
 }
 
 std::shared_ptr<Sending> CommandDispatch::sendNow(const std::vector<Message>& messages) {
-    return postAll(messages, std::chrono::milliseconds(0), timing.answerLimit);
+    return postAll(messages, std::chrono::milliseconds(0));
 }
 
 std::shared_ptr<Sending> CommandDispatch::sendNow(const Message& message, const Effect& whenTaken) {
-    return postAll({message}, std::chrono::milliseconds(0), timing.answerLimit, whenTaken);
+    return postAll({message}, std::chrono::milliseconds(0), whenTaken);
 }
 
 }  // namespace ponmgr::dbman

@@ -25,8 +25,6 @@ public:
         std::chrono::milliseconds patience{10'000};
         /// How long somebody who asked for a command waits for a daemon that doesn't read.
         std::chrono::milliseconds answerLimit{5'000};
-        /// How long somebody waits whose messages are tried again anyway.
-        std::chrono::milliseconds firstTryLimit{300};
     };
 
     /// Told on the sending thread when a message has its result; doesn't wait.
@@ -51,16 +49,16 @@ public:
     /// whether or not somebody still waits; before the message is shown as sent or settled.
     std::shared_ptr<Sending> sendNow(const Message& message, const Effect& whenTaken);
 
-    /// Sends them patiently; settled when the daemon has taken all, or after a moment.
+    /// Sends them patiently; settled when the daemon has taken each, or when a try of it has
+    /// failed.
     std::shared_ptr<Sending> sendPatientlyAndLook(const std::vector<Message>& messages);
 
 private:
     std::shared_ptr<Sending> postAll(const std::vector<Message>& messages,
                                      std::chrono::milliseconds patience,
-                                     std::chrono::milliseconds limit,
                                      const Effect& whenTaken = nullptr);
     void post(const Message& message, std::chrono::milliseconds patience, const Effect& whenTaken,
-              const CommandSender::Done& also);
+              const CommandSender::Done& also, const CommandSender::Done& whenTriedAgain = nullptr);
 
     // Each synchronises itself.
     CommandSender& sender;

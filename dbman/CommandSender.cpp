@@ -20,6 +20,8 @@ struct Pending {
     std::string text;
     Clock::time_point limit;
     CommandSender::Done done;
+    /// Empty once it was told.
+    CommandSender::Done triedAgain;
 };
 
 constexpr auto kStopping = "dbman is stopping";
@@ -49,12 +51,15 @@ struct CommandSender::State {
     /// One try; the empty text when it was sent. Sending thread only, without a lock.
     std::string send(const std::string& text);
 
-    /// Takes out of the queue what a try has settled and tells it. False: nobody listens any more
-    /// to the results.
+    /// Takes out of the queue what a try has settled and tells it, and that the others are tried
+    /// again. False: nobody listens any more to the results.
     bool settle(const std::string& error);
 
     /// Needs mutex. The first message when it was sent, else all whose time is over.
     std::vector<Pending> takeSettled(bool sent);
+
+    /// Needs mutex. Who of those that wait is to be told that a try has failed.
+    std::vector<Done> takeTried();
 };
 
 std::string CommandSender::State::send(const std::string& text) {
@@ -94,18 +99,35 @@ std::vector<Pending> CommandSender::State::takeSettled(bool sent) {
     return settled;
 }
 
+std::vector<CommandSender::Done> CommandSender::State::takeTried() {
+    std::vector<Done> tried;
+    for (auto& message : waiting) {
+        if (message.triedAgain) {
+            tried.push_back(std::exchange(message.triedAgain, nullptr));
+        }
+    }
+    return tried;
+}
+
 bool CommandSender::State::settle(const std::string& error) {
     const std::lock_guard tellingLock(telling);
     if (leftBehind) {
         return false;
     }
     std::vector<Pending> settled;
+    std::vector<Done> tried;
     {
         const std::lock_guard lock(mutex);
         settled = takeSettled(error.empty());
+        if (!error.empty()) {
+            tried = takeTried();
+        }
     }
     for (const auto& message : settled) {
         message.done(error);
+    }
+    for (const auto& tell : tried) {
+        tell(error);
     }
     return true;
 }
@@ -152,7 +174,8 @@ void CommandSender::run(State& state) {
     }
 }
 
-void CommandSender::post(std::string text, std::chrono::milliseconds patience, Done done) {
+void CommandSender::post(std::string text, std::chrono::milliseconds patience, Done done,
+                         Done triedAgain) {
     std::unique_lock lock(state->mutex);
     if (state->stopping || state->waiting.size() >= kMaximumWaiting) {
         const auto* refusal = state->stopping ? kStopping : kTooMany;
@@ -160,7 +183,8 @@ void CommandSender::post(std::string text, std::chrono::milliseconds patience, D
         done(refusal);
         return;
     }
-    state->waiting.push_back({std::move(text), Clock::now() + patience, std::move(done)});
+    state->waiting.push_back(
+        {std::move(text), Clock::now() + patience, std::move(done), std::move(triedAgain)});
     state->posted = true;
     lock.unlock();
     state->changed.notify_all();

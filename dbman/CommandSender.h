@@ -41,8 +41,10 @@ public:
 
     /// Queues `text`. While nobody listens it is tried again until `patience` is over; zero is one
     /// try. `done` is called exactly once, on the sending thread as a rule, throws nothing and
-    /// doesn't wait. May be called on any thread.
-    void post(std::string text, std::chrono::milliseconds patience, Done done);
+    /// doesn't wait; so is `triedAgain`, once at most and before it, when a try has failed and
+    /// there will be more. May be called on any thread.
+    void post(std::string text, std::chrono::milliseconds patience, Done done,
+              Done triedAgain = nullptr);
 
     /// Ends the thread; what has not been sent fails. To be called by the thread of start().
     void stop();

@@ -7,6 +7,7 @@
 #include "dbman/Arguments.h"
 #include "dbman/Errors.h"
 #include "dbman/RecordJson.h"
+#include "dbman/SentAnswer.h"
 #include "dbman/Text.h"
 
 namespace ponmgr::dbman {
@@ -14,34 +15,6 @@ namespace ponmgr::dbman {
 namespace {
 
 constexpr std::size_t kShownCommandBytes = 60;
-
-OrderedJson describe(const Message& message) {
-    OrderedJson json = OrderedJson::object();
-    json["uri"] = message.uri;
-    json["data"] = OrderedJson::object();
-    for (const auto& [key, value] : message.data) {
-        json["data"][key] = value;
-    }
-    return json;
-}
-
-OrderedJson describe(const std::vector<Message>& messages) {
-    OrderedJson result = OrderedJson::object();
-    result["sent"] = OrderedJson::array();
-    for (const auto& message : messages) {
-        result["sent"].push_back(describe(message));
-    }
-    return result;
-}
-
-OrderedJson describeStored() {
-    auto result = describe(std::vector<Message>{});
-    result["stored"] = true;
-    result["note"] =
-        "the daemon hasn't taken it yet; it is tried again for some seconds, and a daemon that "
-        "starts asks for all addresses";
-    return result;
-}
 
 /// What `make` returns, or why it can't be made.
 std::string lineOf(const std::function<OrderedJson()>& make) {
@@ -152,7 +125,7 @@ ControlReply ControlCommands::send(const Message& message,
 ControlReply ControlCommands::replyWith(std::shared_ptr<Sending> sending,
                                         const std::vector<Message>& messages) {
     auto& results = *sending;
-    return {std::move(sending), [&results, sent = describe(messages)] {
+    return {std::move(sending), [&results, sent = describeSent(messages)] {
                 const auto failure = results.takeFailure();
                 if (!failure.empty()) {
                     throw Failure(failure);
@@ -165,9 +138,8 @@ ControlReply ControlCommands::sendChange(const std::vector<Message>& messages) {
     parts.store.wake();
     auto sending = parts.dispatch.sendPatientlyAndLook(messages);
     auto& results = *sending;
-    return {std::move(sending), [&results, sent = describe(messages)] {
-                return results.takeFailure().empty() ? sent : describeStored();
-            }};
+    return {std::move(sending),
+            [&results, messages] { return describeChange(messages, results.takeDeliveries()); }};
 }
 
 }  // namespace ponmgr::dbman

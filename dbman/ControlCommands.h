@@ -90,6 +90,7 @@ private:
     ControlReply send(const Message& message, const CommandDispatch::Effect& whenTaken);
     static ControlReply replyWith(std::shared_ptr<Sending> sending,
                                   const std::vector<Message>& messages);
+    /// Answers what has become of them once each was tried; dbman has kept the change already.
     ControlReply sendChange(const std::vector<Message>& messages);
     ControlReply want(const std::string& uri, Wanted wanted, const Json& request);
     Message onuMessage(const std::string& uri, const Json& request) const;

@@ -81,6 +81,21 @@ TEST(CommandSender, TriesAPatientMessageUntilTheDaemonListens) {
     EXPECT_THAT(results.wait(2), ElementsAre(HasSubstr("nobody listens"), ""));
 }
 
+TEST(CommandSender, TellsOnceThatAMessageIsTriedAgain) {
+    Results results;
+    Results triedAgain;
+    CommandSender sender(kFast);
+    sender.start();
+    sender.post("a", kLong, results.collect(), triedAgain.collect());
+    ASSERT_THAT(triedAgain.wait(1), ElementsAre(HasSubstr("nobody listens")));
+    // Its failure shows that another try has been made.
+    sender.post("impatient", milliseconds(0), results.collect(), triedAgain.collect());
+    ASSERT_EQ(results.wait(1).size(), 1U);
+    const FakeDaemon daemon;
+    EXPECT_EQ(results.wait(2).size(), 2U);
+    EXPECT_EQ(triedAgain.get().size(), 1U);
+}
+
 TEST(CommandSender, GivesUpWhenThePatienceIsOver) {
     Results results;
     CommandSender sender(kFast);

@@ -161,6 +161,60 @@ TEST(ControlCommands, SayWhetherADaemonListens) {
     EXPECT_THAT(ask(R"({"command":"status"})"), HasSubstr(R"("daemon":"listens")"));
 }
 
+/// A dbman without a daemon and with only so much room for messages to it, which wait for ever.
+class FullQueue : public testing::Test {
+protected:
+    void startWithRoomFor(std::size_t messages) {
+        auto options = RunningServer::options();
+        options.commandTiming.patience = std::chrono::hours(1);
+        server = std::make_unique<Server>(options, output.stream());
+        server->start();
+        // Each is answered with two messages a slot.
+        const auto waiting = CommandSender::kMaximumWaiting - messages;
+        for (std::size_t answers = 0; answers < waiting / 4; ++answers) {
+            notify(notification("/olt/get/all/ip", "{}"));
+        }
+        notify(notification("/mark", "{}"));
+        ASSERT_TRUE(ponmgr::test::waitFor([&] { return output.contains("/mark"); }));
+        for (std::size_t rest = 0; rest < waiting % 4; ++rest) {
+            EXPECT_THAT(ask(R"({"command":"slot clear","slot":"8"})"), HasSubstr("tried again"));
+        }
+    }
+
+    test::CapturedOutput output;
+    std::unique_ptr<Server> server;
+};
+
+constexpr auto kRefusedChange =
+    R"({"sent":[],"stored":true,"note":"not sent, and not tried again: too many messages wait for )"
+    R"(the daemon; it is kept, and a daemon that starts asks for all addresses"})";
+
+TEST_F(FullQueue, OfAChangeIsToldAndTheChangeKept) {
+    startWithRoomFor(0);
+    EXPECT_EQ(ask(R"({"command":"slot set","slot":"2","ip":"10.0.0.2"})"), kRefusedChange);
+    EXPECT_THAT(ask(R"({"command":"slot list"})"), HasSubstr("10.0.0.2"));
+}
+
+TEST_F(FullQueue, IsToldWhenAnotherMessageOfTheChangeIsTriedAgain) {
+    startWithRoomFor(1);
+    EXPECT_EQ(ask(R"({"command":"slot set","slot":"2","ip":"10.0.0.2"})"), kRefusedChange);
+}
+
+TEST(ControlCommands, SayThatAChangeIsNotSentOnceThePatienceIsOver) {
+    auto options = RunningServer::options();
+    options.commandTiming.patience = std::chrono::milliseconds(0);
+    test::CapturedOutput output;
+    Server server(options, output.stream());
+    server.start();
+    EXPECT_THAT(
+        ask(R"({"command":"slot clear","slot":"3"})"),
+        testing::AllOf(testing::StartsWith(R"({"sent":[],"stored":true,"note":"not sent, and not )"
+                                           "tried again: can't reach the daemon, is ponmgrd "
+                                           "running? "),
+                       testing::EndsWith("; it is kept, and a daemon that starts asks for all "
+                                         "addresses\"}")));
+}
+
 TEST(ControlCommands, CountWhatWasSentAndWhatFailed) {
     const RunningServer running;
     ask(R"({"command":"slot reset","slot":"3"})");

@@ -31,6 +31,8 @@ public:
         result.announces = false;
         result.store.file = "/tmp/dbman.db";
         result.senderTiming = {milliseconds(1), milliseconds(50)};
+        // What a daemon takes it takes, however busy the machine is.
+        result.commandTiming.answerLimit = std::chrono::minutes(1);
         return result;
     }
 

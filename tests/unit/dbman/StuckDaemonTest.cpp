@@ -143,6 +143,23 @@ TEST_F(StuckDaemon, LeavesAWaitingClientAnAnswerWhenDbmanStops) {
     EXPECT_EQ(answerTo(waiting), "{\"error\":\"not sent: dbman is stopping\"}\n");
 }
 
+TEST_F(StuckDaemon, MayGetTheAddressOfASlotLater) {
+    start(milliseconds(10));
+    EXPECT_EQ(ask(R"({"command":"slot clear","slot":"3"})"),
+              R"({"sent":[],"stored":true,"note":"the daemon listens but takes no message; it may )"
+              R"(get it later, and a daemon that starts asks for all addresses"})");
+    EXPECT_THAT(daemon->take(1), ElementsAre(HasSubstr(R"("slot_id":"3","ip_address":"")")));
+}
+
+TEST_F(StuckDaemon, GetsNoAddressFromADbmanThatStops) {
+    start(std::chrono::hours(1));
+    const auto waiting = waitingClient(R"({"command":"slot set","slot":"3","ip":"127.0.1.3"})");
+    server->stop();
+    EXPECT_EQ(answerTo(waiting),
+              "{\"sent\":[],\"stored\":true,\"note\":\"not sent, and not tried again: dbman is "
+              "stopping; it is kept, and a daemon that starts asks for all addresses\"}\n");
+}
+
 }  // namespace
 
 }  // namespace ponmgr::dbman

@@ -52,13 +52,13 @@ TEST_F(Pruning, DeletesWhatIsOlderAndNoMoreThanABatch) {
     for (int id = 1; id <= 700; ++id) {
         store->post(event(id));
     }
-    time += days(6);
+    moveOn(days(6));
     store->post(event(701));
     store->stop();
     Database database(kDatabaseFile, Database::Access::readWrite);
     const Retention retention;
     EXPECT_EQ(pruneSome(database, retention, time), 0U);
-    time += days(2);
+    moveOn(days(2));
     EXPECT_EQ(pruneSome(database, retention, time), kPruneBatch);
     EXPECT_EQ(pruneSome(database, retention, time), 200U);
     EXPECT_EQ(pruneSome(database, retention, time), 0U);

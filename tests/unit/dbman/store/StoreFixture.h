@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -38,7 +39,7 @@ protected:
     /// Opens and starts it; returns what the file holds.
     StoredState start(const Store::Options& chosen = options()) {
         store = std::make_unique<Store>(
-            chosen, state, [this] { return time; },
+            chosen, state, [this] { return storeTime.load(); },
             [this](const std::string& line) { output.stream() << line + "\n"; });
         auto stored = store->open();
         store->start();
@@ -53,7 +54,14 @@ protected:
         return {0, time, {3, "OLT Port: EPON-0", alarm}, true, "09/09/2001 01:46:40"};
     }
 
+    void moveOn(Time::duration by) {
+        time += by;
+        storeTime = time;
+    }
+
     Time time = Time() + std::chrono::seconds(1'000'000'000);
+    // The same for the store's thread.
+    std::atomic<Time> storeTime = time;
     CapturedOutput output;
     CurrentState state;
     std::unique_ptr<Store> store;

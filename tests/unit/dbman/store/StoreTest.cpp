@@ -117,12 +117,12 @@ TEST_F(StoreTest, RowsThatAreTooOldAreDeletedAndAlarmStatesWithThem) {
     state.alarms.report({3, "OLT Port: EPON-0", "cleared"}, false, time);
     state.alarms.report({3, "OLT Port: EPON-0", "raised"}, true, time);
     ASSERT_TRUE(store->flush());
-    time += hours(2);
+    moveOn(hours(2));
     const auto count = [](const char* sql) { return valuesIn(kDatabaseFile, sql).at(0); };
     EXPECT_TRUE(ponmgr::test::waitFor([&] { return count("SELECT count(*) FROM events") == "0"; }));
     EXPECT_EQ(count("SELECT count(*) FROM alarm_events"), "1");
     EXPECT_EQ(count("SELECT count(*) FROM alarm_states"), "2");
-    time += hours(24 * 91);
+    moveOn(hours(24 * 91));
     EXPECT_TRUE(
         ponmgr::test::waitFor([&] { return count("SELECT count(*) FROM alarm_states") == "1"; }));
     EXPECT_TRUE(
