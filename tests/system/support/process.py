@@ -12,13 +12,13 @@ from .waiting import wait_for
 PR_SET_PDEATHSIG = 1
 
 
-def _die_with_parent():
+def die_with_parent():
     ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
 
 
 def _die_with_parent_alone():
     os.setsid()
-    _die_with_parent()
+    die_with_parent()
 
 
 class Process:
@@ -31,7 +31,7 @@ class Process:
         self.process = subprocess.Popen(
             [str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
-            preexec_fn=_die_with_parent_alone if own_session else _die_with_parent)
+            preexec_fn=_die_with_parent_alone if own_session else die_with_parent)
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()
 
