@@ -24,6 +24,8 @@ from support.waiting import wait_for
 from troubles import ASKED, CHASSIS, HALTS, KILLS, ON_THE_WIRE
 
 BRING_UP_LIMIT = 180
+
+
 class Ending:
     """Set by the first SIGINT or SIGTERM; the second one raises KeyboardInterrupt."""
 
