@@ -101,8 +101,8 @@ TEST_F(StoreDeadlines, AReceiverIsHeldBackFor100MillisecondsAtMostAndOnce) {
 
 TEST_F(StoreDeadlines, AReceiverIsLetGoByACommitAndHeldBackAgainLater) {
     start(withoutCommits());
-    for (int time = 0; time < 2; ++time) {
-        store->post(event(time));
+    for (int round = 0; round < 2; ++round) {
+        store->post(event(round));
         held->moveOn(kCrowdAge);
         auto waiting = std::async(std::launch::async, [this] { return store->waitForRoom(); });
         EXPECT_TRUE(held->isWaitedFor(held->now() + kPromise));
