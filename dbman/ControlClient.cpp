@@ -13,8 +13,6 @@ namespace ponmgr::dbman {
 
 namespace {
 
-constexpr int kAnswerSeconds = 30;
-
 /// Returns when the connection can be read. False: nothing came in time.
 bool waitForAnswer(const Descriptor& connection, Interruption& interruption) {
     std::array<pollfd, 2> polled = {

@@ -18,7 +18,6 @@ namespace ponmgr::dbman {
 namespace {
 
 constexpr mode_t kSocketMode = 0660;
-constexpr int kWaitingConnections = 16;
 
 std::string errorText(int error) {
     return std::generic_category().message(error);

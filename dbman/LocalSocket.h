@@ -16,6 +16,9 @@ namespace ponmgr::dbman {
 /// Where dbman listens for its own commands unless something else is asked for.
 constexpr auto kDefaultControlPath = "/tmp/dbman.ctl";
 
+/// Connections that may wait at a socket to be accepted.
+constexpr int kWaitingConnections = 16;
+
 /// A socket that listens at a path, mode 0660, and doesn't block. Removes the path in the end
 /// unless another file stands there by then.
 class LocalListener {
