@@ -15,6 +15,8 @@ MORE_THREADS = {"ponmgrd": 0, "chassis-sim": 0, "dbman": 0}
 # Of what was looked at, at most so much may be excused by a fault that costs something for good, and at
 # least so many are allowed in a short soak.
 EXCUSED_SHARE, EXCUSED_ALLOWED = 0.1, 2
+# And so much may stay unseen while programs are halted or down; that of five samples in a short soak.
+UNSEEN_SHARE, UNSEEN_ALLOWED = 0.25, 40
 
 RIGHT, IN_TIME, EXCUSED, WRONG, UNSEEN = "right", "in time", "excused", "wrong", "unseen"
 
@@ -84,6 +86,9 @@ class Ledger:
                                   ("slots in calms", self.mended, self.calms)):
             if excused > max(EXCUSED_ALLOWED, EXCUSED_SHARE * of):
                 found.append(f"{excused} of {of} {what} were excused; {EXCUSED_SHARE:.0%} may be")
+        unseen, looks = self.slots[UNSEEN], sum(self.slots.values())
+        if unseen > max(UNSEEN_ALLOWED, UNSEEN_SHARE * looks):
+            found.append(f"{unseen} of {looks} slots in samples weren't seen; {UNSEEN_SHARE:.0%} may be")
         if self.longest_wrong > longest:
             found.append(f"a slot was wrong for {self.longest_wrong:.0f} s; {longest:.0f} s may be")
         return found

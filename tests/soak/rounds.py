@@ -63,6 +63,8 @@ class Rounds:
 
     def end(self):
         """Ends the samples and judges what is left of them, and all of them together."""
+        if not self.sampler.has_begun():
+            return
         self.sampler.stop()
         self.judge_samples()
         for complaint in (gaps([sample.at for sample in self.samples], 0.0, self.elapsed())

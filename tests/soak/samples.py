@@ -32,10 +32,12 @@ class Sampler:
     def start(self):
         self.thread.start()
 
+    def has_begun(self):
+        return self.thread.ident is not None
+
     def stop(self):
         self.stopped.set()
-        if self.thread.ident:
-            self.thread.join(60)
+        self.thread.join(60)
 
     def _run(self):
         due = self.clock()

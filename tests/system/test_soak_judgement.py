@@ -134,6 +134,14 @@ def test_more_excuses_than_one_in_ten_are_wrong():
         "11 of 100 slots in samples were excused; 10% may be", "9 of 80 slots in calms were excused; 10% may be"]
 
 
+def test_more_than_a_quarter_that_is_unseen_is_wrong():
+    ledger = judgement.Ledger()
+    ledger.slots.update({"right": 300, "unseen": 100})
+    assert ledger.complaints_about_excuses(300) == []
+    ledger.slots.update({"unseen": 8})
+    assert ledger.complaints_about_excuses(300) == ["108 of 408 slots in samples weren't seen; 25% may be"]
+
+
 def test_a_slot_that_is_wrong_for_ever_is_noticed_whatever_explains_it():
     ledger = judgement.Ledger()
     for at in range(0, 300, 10):
