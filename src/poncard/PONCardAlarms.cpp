@@ -31,6 +31,7 @@ bool PONCardHelper::handleAlarms() {
     printFailures(__func__, [&] {
         clear();
         clearAllOLTAlarm();
+        fullReportFailed = false;
         udpSocket.pullAllAlarm(alarmMessages);
         alarmMessages.parseAllMessages();
         for (std::size_t i = 0; goOn && i < alarmMessages.getContainerSize(); i++) {
@@ -156,8 +157,9 @@ void PONCardHelper::addCustomReportAlarm(TKEntityTagId tag, const std::string& p
 }
 
 void PONCardHelper::addAlarmRow(std::unique_ptr<Container> row) {
-    if (alarms.getListSize(kAlarmList) >= kMostAlarms) {
-        doReportAlarmToDBMan();
+    if (alarms.getListSize(kAlarmList) >= kMostAlarms && !fullReportFailed) {
+        // Not for each alarm: a try writes all those that wait as text.
+        fullReportFailed = !doReportAlarmToDBMan();
     }
     if (alarms.getListSize(kAlarmList) >= kMostAlarms) {
         lostAlarms++;

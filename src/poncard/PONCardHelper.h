@@ -178,8 +178,8 @@ public:
     /// Reports the waiting alarms in one message and forgets them.
     bool doReportAlarmToDBMan();
     /// So many rows fit the largest message that the link to the database manager carries. When
-    /// they wait they are reported without waiting for the end of the pass; while that fails,
-    /// further alarms are lost, and counted in a line as soon as it succeeds again.
+    /// they wait they are reported without waiting for the end of the pass; when that fails, the
+    /// pass's further alarms are lost, and counted in a line as soon as a report succeeds again.
     static constexpr std::size_t kMostAlarms = 4096;
     void clearAllAlarm();
 
@@ -265,6 +265,7 @@ private:
     ResponseMessage alarmMessages;
     Container alarms;  // those that wait to be reported
     std::size_t lostAlarms = 0;
+    bool fullReportFailed = false;  // in this pass
     UDPSocket udpSocket;
     OnuLinkList onuLinks;
     PONCard card;

@@ -378,6 +378,25 @@ TEST_F(PONCardAlarmsTest, AlarmsThatCannotBeReportedAreLostBeyondTheMostAndCount
     EXPECT_EQ(alarms(), Texts{});
 }
 
+TEST_F(PONCardAlarmsTest, AFullReportIsTriedOnceAPassAndNotForEveryAlarmBeyondIt) {
+    for (std::size_t i = 0; i < PONCardHelper::kMostAlarms; i++) {
+        helper.addLinkReportAlarm(kA);
+    }
+    const std::string large = "\"" + std::string(IPCWorker::kMostBytes / 2 - 1000, 'x') + "\"";
+    IPCWorker::getInstance()->notify("/large", large);
+    for (int pass = 0; pass < 2; pass++) {
+        EXPECT_EQ(linesPrintedBy([this] {
+                      EXPECT_TRUE(helper.handleAlarms());
+                      helper.addLinkReportAlarm(kB);
+                      helper.addLinkReportAlarm(kB);
+                      helper.addLinkReportAlarm(kB);
+                  }),
+                  "addNotification[#]: Too many notifications wait\n");
+    }
+    EXPECT_EQ(takeNotifications().size(), 1U);
+    linesPrintedBy([this] { EXPECT_EQ(alarms().size(), 1U); });
+}
+
 TEST_F(PONCardAlarmsTest, AReportThatFailsOtherwiseIsPrintedUnderTheOperation) {
     EXPECT_TRUE(handle({linkAlarm("0a", "11", "01")}));
     bool answer = true;
