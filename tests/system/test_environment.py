@@ -14,20 +14,24 @@ from pathlib import Path
 
 import pytest
 
-from support import flood, namespace
+from support import flood, namespace, recovery
 from support.alarms import counted_as_lost, reported
 from support.card import (GET_DOMAINS, GET_OLT_INFORMATION, REPORT_ALARM, Card, event, olt_information,
                           response)
 from support.clock import WallClock
-from support.measures import Journal, dropped_at, resident, resting_descriptors
+from support.measures import Journal, dropped_at, repeated, resident, resting_descriptors
+from support.measures import descriptors as open_descriptors
 from support.process import Process
-from support.product import ask, control, inventory, program, wait_for_agreement, wait_in_service
+from support.product import agree, ask, control, inventory, program, wait_for_agreement, wait_in_service
+from support.simulator import datagrams, journal_since, request
+from support.vlan_commands import commands_told
 from support.waiting import wait_for
 
 LONG = (pytest.mark.long, pytest.mark.timeout(400))
 SOURCE = "10.77.0.1"
 ONU = "00:0d:b6:01:00:01"  # 1/0/1
 HOUR = 3600
+MORE_MEMORY = 32  # MiB
 
 
 def set_vlan(vlan):
@@ -36,6 +40,21 @@ def set_vlan(vlan):
 
 def wait_for_vlan(vlan, limit=60):
     wait_for(lambda: control("onu", "1/0/1", "get")["vlan"] == vlan, limit, f"the ONU's VLAN is {vlan}")
+
+
+def all_in_service():
+    return all(row["state"] == "in-service" and row["onus_provisioned"] >= row["onus_discovered"]
+               for row in control("list")["cards"])
+
+
+def assert_nothing_grows(daemon, seconds, memory, descriptors):
+    """For so many seconds the daemon takes no more than this memory and these descriptors, apart from what
+    is bounded: a little of the one, and of the other two for each slot's probe."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        assert resident(daemon.pid) < memory + MORE_MEMORY
+        assert len(open_descriptors(daemon.pid)) <= len(descriptors) + 2 * 8
+        time.sleep(0.5)
 
 
 # --- the daemon's own address ---
@@ -76,6 +95,51 @@ def test_an_address_that_goes_in_the_midst_of_a_bring_up_is_waited_for(chassis):
     assert daemon.is_running()
 
 
+@pytest.mark.parametrize("seconds", [recovery.TRIES * recovery.TRY + 1, pytest.param(40, marks=LONG)])
+def test_an_address_that_goes_while_onus_are_provisioned_is_recovered_from_in_time(chassis, seconds):
+    address("add")
+    _, _, daemon = chassis("1,2", "--onus", "24", "--reset-time", "500ms", "--latency", "20ms",
+                           agree=False, manager=("--source", SOURCE))
+    for slot in (1, 2):
+        wait_for(lambda: "Set Link SLA" in {entry["name"] for entry in journal_since(0, slot)}, 60)
+    address("del")
+    journal = Journal()
+    memory, descriptors = resident(daemon.pid), wait_for(lambda: resting_descriptors(daemon.pid), 60)
+    assert_nothing_grows(daemon, seconds, memory, descriptors)
+    assert journal.requests("1") + journal.requests("2") == []
+    provisioned = [(row["onus_provisioned"], row["onus_total"]) for row in control("list")["cards"]]
+    assert all(some < total for some, total in provisioned), provisioned
+    address("add")
+    # asked for its domains in vain for so long, a card is reset
+    wait_for(lambda: agree() and all_in_service(), recovery.RESTART, lambda: control("list")["cards"], 0.5)
+    assert len(inventory()[1]) == 96
+    assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == descriptors
+
+
+@pytest.mark.parametrize("seconds", [15, pytest.param(40, marks=LONG)])
+def test_the_address_of_one_slots_probes_goes_and_no_slot_is_disturbed(chassis, seconds):
+    """The UDP socket has the address that was told first; another one is that of its slot's probes alone."""
+    address("add")
+    _, _, daemon = chassis("1-3", "--onus", "2", "--configured")
+    ask("dbman", "slot", "set", "2", "--ip", "127.0.1.2", "--source", SOURCE)
+    wait_in_service()
+    wait_for_agreement(60)
+    before = wait_for(lambda: resting_descriptors(daemon.pid), 60)
+    address("del")
+    journal = Journal()
+    memory = resident(daemon.pid)
+    control("onu", "2/0/0", "unplug")
+    assert_nothing_grows(daemon, seconds, memory, before)
+    wait_for_agreement(30)
+    assert [repeated(journal.requests(slot)) for slot in ("1", "2", "3")] == [[], [], []]
+    assert len(inventory()[0]) == 3, "a probe that can't be made takes no card for dead"
+    assert daemon.count("ping: bind: Cannot assign requested address") >= 1
+    address("add")
+    pinged = namespace.pings_answered()
+    wait_for(lambda: namespace.pings_answered() >= pinged + 3, 30, "all three are probed again")
+    assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == before
+
+
 def test_an_address_that_isnt_there_yet_is_tried_every_second(chassis):
     _, _, daemon = chassis("1", "--onus", "1", "--configured", agree=False, manager=("--source", SOURCE))
     wait_for(lambda: daemon.count("]: Failed to bind socket") >= 3, 30)
@@ -93,38 +157,50 @@ def stopped(process):
     os.kill(process.pid, signal.SIGCONT)
 
 
-def burst(rate, seconds):
-    """Lets the card of slot 1 raise and clear an alarm; returns how often it will."""
-    control("fault", "add", "event-burst", "--card", "1", "--rate", str(rate), "--count",
-            str(rate * seconds))
-    return rate * seconds
+def burst(rate, seconds, cards=1):
+    """Lets the first cards raise and clear an alarm, each so often a second; returns how often they will."""
+    for card in range(1, cards + 1):
+        control("fault", "add", "event-burst", "--card", str(card), "--rate", str(rate), "--count",
+                str(rate * seconds))
+    return rate * seconds * cards
 
 
 def wait_for_bursts_end(limit):
     wait_for(lambda: all(fault["state"] == "ended" for fault in control("fault", "list")["faults"]), limit)
 
 
-@pytest.mark.parametrize("seconds, rate", [(8, 500), pytest.param(60, 1000, marks=LONG)])
+@pytest.mark.parametrize("seconds, rate, cards", [(8, 500, 1), pytest.param(60, 1000, 4, marks=LONG)])
 def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chassis, freed_memory, seconds,
-                                                                            rate):
-    _, manager, daemon = chassis("1,2", "--onus", "2", "--configured")
+                                                                            rate, cards):
+    """The long one goes past the 16 MiB that wait for the database manager."""
+    _, manager, daemon = chassis("1-4", "--onus", "2", "--configured")
     memory, dropped = resident(daemon.pid), dropped_at("127.0.0.1")
+    descriptors = wait_for(lambda: resting_descriptors(daemon.pid), 60)
+    before = reported("Report Timeout")
     with stopped(manager):
-        sent = burst(rate, seconds)
+        # and one alarm of the ONU that leaves
+        sent = burst(rate, seconds, cards) + 1
         wait_for_bursts_end(seconds * 2 + 30)
         control("onu", "2/0/0", "unplug")
         # sixteen MiB of notifications, and what they are made from
         assert resident(daemon.pid) < memory + 160
 
     def known():
-        return reported() + counted_as_lost(daemon) + dropped_at("127.0.0.1") - dropped
+        return (reported() + reported("Report Timeout") - before + counted_as_lost(daemon) +
+                dropped_at("127.0.0.1") - dropped)
 
-    wait_for(lambda: known() == sent, 120, lambda: f"{sent} were sent, {reported()} are reported, "
-                                                   f"{counted_as_lost(daemon)} are counted as lost")
-    print(f"{sent} alarms: {reported()} reported, {counted_as_lost(daemon)} lost")
+    wait_for(lambda: known() == sent, 120, lambda: f"{sent} were sent, {known()} are known, "
+                                                   f"{counted_as_lost(daemon)} of them as lost")
+    lost = counted_as_lost(daemon)
+    print(f"{sent} alarms: {reported()} reported, {lost} lost")
+    assert (lost > 0) == (cards > 1)
+    if daemon.count("events of slot 2 lost"):
+        # the ONU's alarm may have been one of them
+        ask("dbman", "slot", "announce", "2")
     wait_for_agreement(60)
-    assert len(inventory()[1]) == 7
+    assert len(inventory()[1]) == 15
     wait_for(lambda: resident(daemon.pid) < memory + 64, 60)
+    assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == descriptors
 
 
 def test_a_database_manager_killed_in_a_storm_gets_what_comes_after_its_restart(chassis):
@@ -156,6 +232,36 @@ def test_a_chassis_that_stops_costs_no_command_and_no_card(chassis):
     control("onu", "2/0/0", "unplug")
     wait_for(lambda: len(inventory()[1]) == 7, 60)
     assert daemon.is_running()
+
+
+@pytest.mark.parametrize("seconds, commands", [(8, 50), pytest.param(60, 1200, marks=LONG)])
+def test_a_chassis_that_stops_makes_nothing_grow_and_is_recovered_from_in_time(chassis, freed_memory, seconds,
+                                                                               commands):
+    simulator, _, daemon = chassis("1,2", "--onus", "2", "--configured", "--journal", "200000")
+    memory, descriptors = resident(daemon.pid), wait_for(lambda: resting_descriptors(daemon.pid), 60)
+    since = datagrams()
+    with stopped(simulator):
+        for vlan in range(1, commands + 1):
+            request("/tmp/dbman.ctl", command="onu vlan", mac=ONU, vlan=str(vlan))
+        assert_nothing_grows(daemon, seconds, memory, descriptors)
+        assert len(inventory()[0]) == 2
+    control("onu", "2/0/0", "unplug")
+    wait_for(lambda: agree() and all_in_service() and len(inventory()[1]) == 7, recovery.RESTART,
+             lambda: control("list")["cards"], 0.5)
+    # a slot's queue takes 1,024 commands; each of the others has its line
+    refused = daemon.count("Too many commands wait for slot 1")
+    assert (refused > 0) == (commands > 1024)
+    taken = commands - refused
+
+    def told():
+        return [command.vlan for command in commands_told(journal_since(since, 1))]
+
+    wait_for(lambda: len(told()) >= taken, 60, told)
+    assert told() == sorted(set(told())) and len(told()) == taken
+    assert told()[:1024] == list(range(1, min(taken, 1024) + 1))
+    wait_for_vlan(told()[-1])
+    assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == descriptors
+    wait_for(lambda: resident(daemon.pid) < memory + MORE_MEMORY, 30)
 
 
 # --- the clock ---
