@@ -58,14 +58,25 @@ def _what_is_missing(slot):
     return "".join(f", {onu['onu']} {onu['state']} lacks {onu['missing']}" for onu in lacking)
 
 
-# Lines that dbman holds, which take it ten minutes and more to fill by itself; and a line of the longest usual
-# length, by a command that does nothing.
+# Lines that dbman holds, which take it ten minutes and more to fill by itself; and a command that does nothing,
+# whose line is as long as the most frequent one, that of an ONU: memory for lines of another length would be
+# taken beside it.
 HELD_LINES = 10000
-LINE = {"command": "send", "uri": "/slot/no/such/command", "data": {"slot_id": "1", "why": "x" * 40}}
+LINE = {"command": "send", "uri": "/slot/no/such/command", "data": {"slot_id": "1", "why": "x" * 7}}
+# What dbman answers at the greatest length.
+LONGEST_ANSWERS = [("events", "--limit", "10000"), ("alarm", "history", "--limit", "10000"), ("alarm", "list"),
+                   ("onu", "list")]
+
+
+def fill_memory_of_manager():
+    """Has dbman write as many lines as it holds, and give its longest answers, so that its memory for them is
+    taken."""
+    fill_event_log()
+    for words in LONGEST_ANSWERS:
+        ask("dbman", *words)
 
 
 def fill_event_log():
-    """Has dbman write as many lines as it holds, so that its memory for them is taken."""
     with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as stream:
         stream.settimeout(ANSWER_TIME)
         stream.connect("/tmp/dbman.ctl")

@@ -5,7 +5,6 @@ import subprocess
 import time
 from collections import namedtuple
 from pathlib import Path
-from statistics import median
 
 SOCKETS = ("/tmp/pmdbman.ipc", "/tmp/dbpman.ipc")
 
@@ -20,15 +19,15 @@ def reading_of(pid):
 
 
 def levels_of(pids, times=48, pause=0.25):
-    """The same of some processes at rest, by name: the median size, and the fewest descriptors and threads
-    over twelve seconds, since one or another of the daemon's probes takes some for most of ten."""
+    """The same of some processes at rest, by name: the least of each over twelve seconds. One or another of
+    the daemon's probes takes descriptors for most of ten, and a long answer of dbman's takes memory that goes
+    back when it is sent."""
     taken = {name: [] for name in pids}
     for _ in range(times):
         for name, pid in pids.items():
             taken[name].append(reading_of(pid))
         time.sleep(pause)
-    return {name: Reading(int(median(one.resident_kb for one in seen)), min(one.descriptors for one in seen),
-                          min(one.threads for one in seen)) for name, seen in taken.items()}
+    return {name: Reading(*map(min, zip(*seen))) for name, seen in taken.items()}
 
 
 def udp_queues():

@@ -7,7 +7,7 @@ from collections import namedtuple
 import faults
 from incidents import Incident
 from judgement import Ledger, complaints_about_sample, gaps, is_excused
-from plant import ANSWER_TIME, NAMES, ask, fill_event_log
+from plant import ANSWER_TIME, NAMES, ask, fill_memory_of_manager
 from readings import Reading, levels_of, local_queue, udp_queues
 from samples import Sampler
 from settings import RECOVERY_LIMIT
@@ -91,7 +91,7 @@ class Rounds:
         for slot in SLOTS:
             faults.largest_burst(slot)
         began = time.monotonic()
-        fill_event_log()
+        fill_memory_of_manager()
         time.sleep(max(0.0, began + faults.LARGEST_BURST_SECONDS - time.monotonic()))
         incident.ended = self.elapsed()
 
