@@ -3,9 +3,9 @@
 from statistics import median
 
 from duration import text_of
+from settings import SHORTEST_TO_JUDGE
 
 LEVEL_GROWTH = 0.02  # of the resident size after the warm-up
-SHORTEST_TO_JUDGE = 300  # seconds; buffers need some minutes to reach their bounds
 
 
 def levels_compared(levels, warm_up):

@@ -16,6 +16,7 @@ from duration import seconds_of  # noqa: E402
 MANY_ONUS = 12
 RECOVERY_LIMIT = recovery.CARD + MANY_ONUS
 SHORTEST_WARM_UP = 10
+SHORTEST_TO_JUDGE = 300  # seconds that sizes are judged from; buffers need some minutes to reach their bounds
 TROUBLES_A_SECOND = 1.5
 
 DESCRIPTION = """\

@@ -9,9 +9,12 @@ from conftest import ROOT
 sys.path.insert(0, str(ROOT / "tests" / "soak"))
 
 import judgement  # noqa: E402
+import report  # noqa: E402
+import samples  # noqa: E402
 from incidents import Incident, Incidents  # noqa: E402
 from readings import Reading  # noqa: E402
 from samples import Sample  # noqa: E402
+from settings import MANY_ONUS, RECOVERY_LIMIT  # noqa: E402
 
 REST = {"ponmgrd": Reading(8000, 6, 28), "dbman": Reading(12000, 16, 7), "chassis-sim": Reading(8000, 16, 1)}
 MISSING = ["ONU ('0', '00:0d:b6:00:00:00') is missing in the inventory"]
@@ -32,6 +35,23 @@ def incidents(*made):
 
 def trouble(began, ended, recovery=61.0, slot=1, halts=False):
     return Incident("drop", frozenset([slot]), recovery, began, ended, halts)
+
+
+def test_the_rules_are_those_of_the_documents():
+    section = (ROOT / "docs" / "testing.md").read_text().split("## Soak")[1].split("## ")[0]
+    text = " ".join(section.split())
+    mib = {name: most >> 10 for name, most in judgement.MOST_RESIDENT_KB.items()}
+    assert mib == {"ponmgrd": 64, "dbman": 64, "chassis-sim": 100} and set(judgement.MORE_THREADS.values()) == {0}
+    assert judgement.MORE_DESCRIPTORS == {"ponmgrd": 16, "dbman": 32, "chassis-sim": 32}
+    assert (judgement.EXCUSED_SHARE, judgement.EXCUSED_ALLOWED, judgement.UNSEEN_SHARE) == (0.1, 2, 0.25)
+    for words in ("| 64 MiB for the daemon and for dbman, 100 MiB for the simulator |",
+                  "16 more for the daemon's probes, 32 for the others' clients",
+                  f"no more than {judgement.LONGEST_GAP} s after the one before",
+                  f"{MANY_ONUS} s for the passes of many ONUs; {RECOVERY_LIMIT} s are the longest",
+                  f"Every {samples.EVERY} s", f"empty once within {samples.DRAIN_TIME} s",
+                  f"{report.LEVEL_GROWTH:.0%} more".replace("%", " %"),
+                  "one in ten of the slots in samples", "it may be a quarter of all"):
+        assert words in text, words
 
 
 # Samples that are missing.
