@@ -51,8 +51,8 @@ void printLineOf(std::initializer_list<std::string_view> parts) {
     write(parts, "\n");
 }
 
-void printUnended(std::string_view text) {
-    write({text}, "");
+void printUnendedOf(std::initializer_list<std::string_view> parts) {
+    write(parts, "");
     std::fflush(stdout);
 }
 

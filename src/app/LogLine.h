@@ -24,8 +24,14 @@ void printLine(const Parts&... parts) {
     printLineOf({std::string_view(parts)...});
 }
 
-/// text without a line end, flushed
-void printUnended(std::string_view text);
+/// The parts, one behind the other, without a line end, flushed.
+void printUnendedOf(std::initializer_list<std::string_view> parts);
+
+/// The same; a part is whatever becomes a std::string_view.
+template <typename... Parts>
+void printUnended(const Parts&... parts) {
+    printUnendedOf({std::string_view(parts)...});
+}
 
 /// "Unknown Error at " + operation: for what is caught and is no Exception
 void printUnknownError(const char* operation);

@@ -60,7 +60,7 @@ bool PONCardHelper::handleEvent(Container& event) {
             setInitialState();
             return false;
         default:
-            printLine("ALARM not handled(" + id + ")");
+            printLine("ALARM not handled(", id, ")");
             return true;
     }
 }
@@ -176,9 +176,9 @@ bool PONCardHelper::doReportAlarmToDBMan() {
         IPCWorker::getInstance()->notify("/olt/alarm/new", alarms.getJsonFile());
         clearAllAlarm();
         if (lostAlarms > 0) {
-            printLine("doReportAlarmToDBMan: " + std::to_string(std::exchange(lostAlarms, 0)) +
-                      " alarms of slot " + card.getSlotId() + " lost, more than " +
-                      std::to_string(kMostAlarms) + " waited to be reported");
+            printLine("doReportAlarmToDBMan: ", std::to_string(std::exchange(lostAlarms, 0)),
+                      " alarms of slot ", card.getSlotId(), " lost, more than ",
+                      std::to_string(kMostAlarms), " waited to be reported");
         }
     });
 }

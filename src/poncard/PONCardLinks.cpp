@@ -77,7 +77,7 @@ void addQueueServiceLevel(RequestMessage& requests, const std::string& endpoint)
 }
 
 void printLinkNotFound(const char* operation, const std::string& mac) {
-    printUnended(std::string(operation) + " - ONU not found: " + mac);
+    printUnended(operation, " - ONU not found: ", mac);
 }
 
 }  // namespace

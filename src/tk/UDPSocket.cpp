@@ -185,8 +185,8 @@ void UDPSocket::pullAllAlarm(ResponseMessage& pulled) {
         lost = std::exchange(lostEvents, 0);
     }
     if (lost > 0) {
-        printLine(std::string(__func__) + ": " + std::to_string(lost) + " events of slot " +
-                  slotName + " lost, more than " + std::to_string(kMostEvents) + " waited");
+        printLine(__func__, ": ", std::to_string(lost), " events of slot ", slotName,
+                  " lost, more than ", std::to_string(kMostEvents), " waited");
     }
     for (auto& event : taken) {
         pulled.addResponseMessage(std::move(event));

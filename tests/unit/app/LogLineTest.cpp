@@ -62,6 +62,7 @@ TEST(LogLineTest, WithoutMemoryTheLinesAreTheSame) {
                   printException("threadNotifyWorker", 98, exception);
                   printUnexpectedException("threadNotifyWorker", 100);
                   printReceiveError("threadWorker", 129, "no memory for a message");
+                  printUnended("doGetAllOnuQueue", " - ONU not found: ", "00:0f:e9:00:00:ff");
               }),
               "function[7]: a text that is too long for a short string\n"
               "Exception: function[7]: a text that is too long for a short string\n"
@@ -69,7 +70,8 @@ TEST(LogLineTest, WithoutMemoryTheLinesAreTheSame) {
               "threadNotifyWorker[98]: Exception: function[7]: a text that is too long for a short "
               "string\n"
               "threadNotifyWorker[100]: Unexpected exception\n"
-              "threadWorker[129]-Error: no memory for a message\n");
+              "threadWorker[129]-Error: no memory for a message\n"
+              "doGetAllOnuQueue - ONU not found: 00:0f:e9:00:00:ff");
 }
 
 TEST(LogLineTest, AnExceptionIsPrintedByItsWhat) {

@@ -7,6 +7,7 @@
 #include "support/ScriptedTransport.h"
 #include "support/ThrownBy.h"
 #include "tk/UDPSocket.h"
+#include "unit/tk/FailingAllocation.h"
 
 namespace ponmgr {
 namespace {
@@ -76,6 +77,27 @@ TEST_F(UDPSocketEvents, EventsBeyondTheMostAreLostAndCounted) {
     EXPECT_TRUE(socketTakes("80 1a"));
     EXPECT_EQ(test::textPrintedBy([&] { pulled = pulledCount(); }), "");
     EXPECT_EQ(pulled, 1U);
+}
+
+// The room for the events is there already: what would take memory is the line.
+TEST_F(UDPSocketEvents, WithoutMemoryTheLostAreCountedAllTheSameAndNoOtherIsLost) {
+    connect(kHasty);
+    ResponseMessage pulled(0ms);
+    const auto fill = [this](std::size_t count) {
+        for (std::size_t i = 0; i < count; i++) {
+            socketTakes("80 1a");
+        }
+    };
+    fill(UDPSocket::kMostEvents);
+    socket->pullAllAlarm(pulled);
+    pulled.clear();
+    fill(UDPSocket::kMostEvents + 3);
+    EXPECT_EQ(test::textPrintedBy([&] {
+                  const test::FailingAllocation noMemory(test::FailingAllocation::Kind::Throwing);
+                  socket->pullAllAlarm(pulled);
+              }),
+              "pullAllAlarm: 3 events of slot 1 lost, more than 8192 waited\n");
+    EXPECT_EQ(pulled.getMessagesSize(), UDPSocket::kMostEvents);
 }
 
 TEST_F(UDPSocketEvents, EveryIdFrom0x8000UpIsAnEvent) {
