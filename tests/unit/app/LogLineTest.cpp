@@ -11,6 +11,7 @@
 
 #include "RecordedOutput.h"
 #include "app/LogLine.h"
+#include "support/PrintedText.h"
 #include "unit/tk/FailingAllocation.h"
 
 using testing::ElementsAre;
@@ -62,7 +63,6 @@ TEST(LogLineTest, WithoutMemoryTheLinesAreTheSame) {
                   printException("threadNotifyWorker", 98, exception);
                   printUnexpectedException("threadNotifyWorker", 100);
                   printReceiveError("threadWorker", 129, "no memory for a message");
-                  printUnended("doGetAllOnuQueue", " - ONU not found: ", "00:0f:e9:00:00:ff");
               }),
               "function[7]: a text that is too long for a short string\n"
               "Exception: function[7]: a text that is too long for a short string\n"
@@ -70,7 +70,15 @@ TEST(LogLineTest, WithoutMemoryTheLinesAreTheSame) {
               "threadNotifyWorker[98]: Exception: function[7]: a text that is too long for a short "
               "string\n"
               "threadNotifyWorker[100]: Unexpected exception\n"
-              "threadWorker[129]-Error: no memory for a message\n"
+              "threadWorker[129]-Error: no memory for a message\n");
+}
+
+// It is flushed at once, and what records other lines takes memory for that.
+TEST(LogLineTest, WithoutMemoryUnendedTextIsTheSame) {
+    EXPECT_EQ(textPrintedBy([] {
+                  const FailingAllocation noMemory(FailingAllocation::Kind::Throwing);
+                  printUnended("doGetAllOnuQueue", " - ONU not found: ", "00:0f:e9:00:00:ff");
+              }),
               "doGetAllOnuQueue - ONU not found: 00:0f:e9:00:00:ff");
 }
 
