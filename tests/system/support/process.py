@@ -1,15 +1,18 @@
 """A process of the product with its output, line by line, and the time each line came."""
 
 import ctypes
+import fcntl
 import os
 import signal
 import subprocess
 import threading
 import time
+from contextlib import contextmanager, suppress
 
 from .waiting import wait_for
 
 PR_SET_PDEATHSIG = 1
+F_SETPIPE_SZ = 1031
 
 
 def die_with_parent():
@@ -32,12 +35,26 @@ class Process:
             [str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
             preexec_fn=_die_with_parent_alone if own_session else die_with_parent)
+        self.reading = threading.Event()
+        self.reading.set()
         self.reader = threading.Thread(target=self._read, daemon=True)
         self.reader.start()
 
     def _read(self):
-        for line in self.process.stdout:
-            self.lines.append((time.monotonic(), line.decode(errors="replace").rstrip("\n")))
+        with suppress(ValueError):  # it was closed
+            for line in self.process.stdout:
+                self.reading.wait()
+                self.lines.append((time.monotonic(), line.decode(errors="replace").rstrip("\n")))
+
+    @contextmanager
+    def unread(self):
+        """Nobody reads what the process prints, and what fits in between is little."""
+        fcntl.fcntl(self.process.stdout, F_SETPIPE_SZ, 4096)
+        self.reading.clear()
+        try:
+            yield
+        finally:
+            self.reading.set()
 
     @property
     def pid(self):
