@@ -12,9 +12,10 @@ import pytest
 
 from support import flood
 from support.alarms import counted_as_lost, reported
+from support.card import BRIDGING_MODE, LINK_DISCOVERY, event, link_information
 from support.measures import Journal, dropped_at, periods, repeated, resident, resting_descriptors
 from support.process import Process
-from support.product import ask, control, wait_for_agreement
+from support.product import ask, control, inventory, wait_for_agreement
 from support.waiting import wait_for
 
 LONG = (pytest.mark.long, pytest.mark.timeout(400))
@@ -166,3 +167,42 @@ def test_every_alarm_of_a_storm_is_reported_or_counted_as_lost(storm, seconds):
     print(f"{sent} alarms: {reported()} reported, {counted_as_lost(storm.daemon)} lost")
     storm.assert_nobody_else_was_delayed()
     storm.assert_all_is_as_before()
+
+
+# --- discoveries ---
+
+MOST_LINKS = 512
+
+
+def discoveries(count):
+    """Of ONUs that there aren't, as a file for a flood."""
+    frames = [event(LINK_DISCOVERY, link_information(bytes.fromhex(f"000fe900{number:04x}")))
+              for number in range(count)]
+    Path("/tmp/discoveries").write_text("\n".join(frame.hex() for frame in frames))
+    return "/tmp/discoveries"
+
+
+def links_asked_for(journal):
+    """The MAC addresses of the links whose queues the daemon has asked the victim for."""
+    return {request["hex"][12:24] for request in journal.requests(VICTIM) if request["id"] == BRIDGING_MODE}
+
+
+@pytest.mark.long
+@pytest.mark.timeout(400)
+def test_a_card_that_invents_onus_has_512_links_at_the_most(chassis):
+    """Its real ones stay, no other slot is delayed, and the invented ones go when it is announced anew."""
+    chassis("1,2", "--onus", "1", "--configured", "--journal", "1000000")
+    journal = Journal()
+    invented = MOST_LINKS - len(inventory()[1]) // 2
+    done = flooding(4, "--rate", "300", "--file", discoveries(2 * MOST_LINKS), sources=(CARD,))
+    assert result(done)["sent"] > 2 * MOST_LINKS
+    wait_for(lambda: len(links_asked_for(journal)) == invented, 60,
+             lambda: f"{invented} are asked for, {len(links_asked_for(journal))} so far")
+    control("onu", "2/0/0", "unplug")
+    wait_for_agreement(30, {NEIGHBOUR})
+    assert repeated(journal.requests(NEIGHBOUR)) == []
+    again = Journal()
+    wait_for(lambda: len(links_asked_for(again)) == invented, 60, "they are asked for in the next pass")
+    assert len(links_asked_for(journal)) == invented
+    ask("dbman", "slot", "announce", VICTIM)
+    wait_for_agreement(60)

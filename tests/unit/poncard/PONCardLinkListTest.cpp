@@ -1,6 +1,10 @@
 // How ONU links get into the list, and out of it without a report.
 
+#include <array>
+#include <cstdio>
 #include <fstream>
+#include <iterator>
+#include <regex>
 
 #include "PONCardLinkFixture.h"
 #include "SurpriseWake.h"
@@ -22,6 +26,33 @@ protected:
         transport.expect("00 76 00 01 00 00").deliver("00 76 00 01 " + known);
         transport.expect("00 44 00 02 00 00").deliver("00 44 00 02 " + discovered);
         return helper.doGetAllOnuKnown(clearList);
+    }
+};
+
+/// The MAC address with these last two bytes, on the wire.
+std::string macOf(unsigned number) {
+    std::array<char, 18> bytes{};
+    std::snprintf(bytes.data(), bytes.size(), "00 0f e9 00 %02x %02x", number / 256, number % 256);
+    return bytes.data();
+}
+
+class FullPONCardLinkListTest : public PONCardLinkListTest {
+protected:
+    /// Lets more ONUs be discovered than a list of links takes.
+    void discoverTooMany() {
+        const std::string discovery = linkDiscovery("0a");
+        for (unsigned number = 0; number < 520; number++) {
+            std::string text = discovery;
+            emit(text.replace(text.find("00 0f e9 00 00 0a"), 17, macOf(number)));
+        }
+        EXPECT_EQ(linesPrintedBy([this] { EXPECT_TRUE(helper.handleAlarms()); }), "");
+    }
+
+    std::size_t linkCount() {
+        const std::string list = links();
+        const std::regex mac("\"mac_address\":");
+        return static_cast<std::size_t>(
+            std::distance(std::sregex_iterator(list.begin(), list.end(), mac), {}));
     }
 };
 
@@ -54,6 +85,22 @@ TEST_F(PONCardLinkListTest, ALinkInBothListsEndsOnlineAndStandsOnce) {
     EXPECT_TRUE(refresh("00 0e 00 00 00 0f e9 00 00 0a 00 0f e9 00 00 0b",
                         "00 08 00 00 00 0f e9 00 00 0a"));
     EXPECT_EQ(links(), listOf({{.mac = kA, .online = "1"}, {.mac = kB}}));
+}
+
+TEST_F(FullPONCardLinkListTest, DiscoveriesOfInventedOnusMake512Links) {
+    discoverTooMany();
+    EXPECT_EQ(linkCount(), 512U);
+    EXPECT_NE(links().find("00:0f:e9:00:01:ff"), std::string::npos);
+    EXPECT_EQ(links().find("00:0f:e9:00:02:00"), std::string::npos);
+}
+
+TEST_F(FullPONCardLinkListTest, AListWithALinkMoreIsPrintedAndTheOthersStay) {
+    discoverTooMany();
+    EXPECT_EQ(textPrintedBy([this] {
+                  EXPECT_TRUE(refresh("00 0e 00 00 " + macOf(512) + " " + macOf(3), "00 02 00 00"));
+              }),
+              "doGetAllOnuKnown - ONU not found: 00:0f:e9:00:02:00");
+    EXPECT_EQ(linkCount(), 512U);
 }
 
 TEST_F(PONCardLinkListTest, AListIsTakenByItsPositionAndNotByItsId) {
