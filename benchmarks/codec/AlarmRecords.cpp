@@ -2,6 +2,7 @@
 
 #include <cjson/cJSON.h>
 
+#include <array>
 #include <memory>
 #include <string>
 #include <utility>
@@ -51,20 +52,21 @@ Tree rebuilt(const cJSON* tree) {
 void registerPrintFloor(const std::string& name, const std::string& text) {
     benchmark::RegisterBenchmark((name + "/floor").c_str(), [text](benchmark::State& state) {
         const Tree tree(cJSON_Parse(text.c_str()));
-        const AllocationCount count(state, text.size());
-        while (state.KeepRunning()) {
+        measure(state, text.size(), [&] {
             const Tree made = rebuilt(tree.get());
             benchmark::DoNotOptimize(Text(cJSON_PrintUnformatted(made.get())));
-        }
+        });
     });
 }
 
-void registerParseFloor(const std::string& name, const std::string& text) {
-    benchmark::RegisterBenchmark((name + "/floor").c_str(), [text](benchmark::State& state) {
-        const AllocationCount count(state, text.size());
-        while (state.KeepRunning()) {
-            benchmark::DoNotOptimize(Tree(cJSON_Parse(text.c_str())));
-        }
+/// Two texts by turns.
+void registerParseFloor(const std::string& name, const std::array<std::string, 2>& texts) {
+    benchmark::RegisterBenchmark((name + "/floor").c_str(), [texts](benchmark::State& state) {
+        std::size_t turn = 0;
+        measure(state, texts[0].size(), [&] {
+            benchmark::DoNotOptimize(Tree(cJSON_Parse(texts[turn].c_str())));
+            turn = 1 - turn;
+        });
     });
 }
 
@@ -82,10 +84,9 @@ void registerParsedAlarm() {
     benchmark::RegisterBenchmark(
         name.c_str(), [datagram, size = text.size()](benchmark::State& state) {
             ResponseMessage responses;
-            const AllocationCount count(state, size);
-            while (state.KeepRunning()) {
+            measure(state, size, [&] {
                 benchmark::DoNotOptimize(parsedAlarm(responses, datagram)->getJsonFile());
-            }
+            });
         });
     registerPrintFloor(name, text);
 }
@@ -108,34 +109,46 @@ void registerAlarmReport() {
     fillReport(*report);
     const std::string text = report->getJsonFile();
     const std::string name = "json/alarm-report-of-100";
-    benchmark::RegisterBenchmark(name.c_str(),
-                                 [report, size = text.size()](benchmark::State& state) {
-                                     const AllocationCount count(state, size);
-                                     while (state.KeepRunning()) {
-                                         benchmark::DoNotOptimize(report->getJsonFile());
-                                     }
-                                 });
+    benchmark::RegisterBenchmark(
+        name.c_str(), [report, size = text.size()](benchmark::State& state) {
+            measure(state, size, [&] { benchmark::DoNotOptimize(report->getJsonFile()); });
+        });
     registerPrintFloor(name, text);
 }
 
-/// An ONU's record, to JSON and from it.
+/// An ONU's record to JSON.
 void registerOnu() {
     const auto onu = std::make_shared<OnuLink>("00:0d:b6:03:00:07");
     const std::string text = onu->getJsonData();
     benchmark::RegisterBenchmark("json/onu", [onu, size = text.size()](benchmark::State& state) {
-        const AllocationCount count(state, size);
-        while (state.KeepRunning()) {
-            benchmark::DoNotOptimize(onu->getJsonData());
-        }
+        measure(state, size, [&] { benchmark::DoNotOptimize(onu->getJsonData()); });
     });
     registerPrintFloor("json/onu", text);
-    benchmark::RegisterBenchmark("json/onu-back", [onu, text](benchmark::State& state) {
-        const AllocationCount count(state, text.size());
-        while (state.KeepRunning()) {
-            benchmark::DoNotOptimize(onu->setJsonData(text));
-        }
+}
+
+/// The text of an ONU whose readings have this last digit.
+std::string textOfOnu(const std::string& digit) {
+    OnuLink onu("00:0d:b6:03:00:07");
+    onu.setTemperature("41.5" + digit);
+    onu.setSupplyVoltage("3.3" + digit);
+    onu.setTxBiasCurrent("12.0" + digit);
+    onu.setTxPowerOutput("2.1" + digit);
+    onu.setTxPowerInput("-14.2" + digit);
+    return onu.getJsonData();
+}
+
+/// An ONU's record from JSON: readings that differ from those before, so that they are stored.
+void registerOnuBack() {
+    const std::array<std::string, 2> texts{textOfOnu("0"), textOfOnu("1")};
+    benchmark::RegisterBenchmark("json/onu-back", [texts](benchmark::State& state) {
+        OnuLink onu("00:0d:b6:03:00:07");
+        std::size_t turn = 0;
+        measure(state, texts[0].size(), [&] {
+            benchmark::DoNotOptimize(onu.setJsonData(texts[turn]));
+            turn = 1 - turn;
+        });
     });
-    registerParseFloor("json/onu-back", text);
+    registerParseFloor("json/onu-back", texts);
 }
 
 }  // namespace
@@ -144,6 +157,7 @@ void registerAlarmRecords() {
     registerParsedAlarm();
     registerAlarmReport();
     registerOnu();
+    registerOnuBack();
 }
 
 }  // namespace ponmgr::bench

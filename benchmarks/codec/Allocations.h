@@ -2,27 +2,25 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstdint>
+#include <cstddef>
+#include <functional>
 
 namespace ponmgr::bench {
 
-/// Counts what this process takes from the heap, by the C++ operators and by cJSON. Once, before
-/// any other use of cJSON.
-void countAllocations();
+/// How often `work` takes from the heap, by the C++ operators and by cJSON, on average. What cJSON
+/// would otherwise resize in place is taken anew meanwhile, which counts as once either way. One
+/// thread at a time.
+double allocationsOf(const std::function<void()>& work);
 
-/// Measures one case: what it took from the heap since construction is noted at its end, with the
-/// bytes of one message.
-class AllocationCount {
-public:
-    AllocationCount(benchmark::State& state, std::size_t bytes);
-    AllocationCount(const AllocationCount&) = delete;
-    AllocationCount& operator=(const AllocationCount&) = delete;
-    ~AllocationCount();
-
-private:
-    benchmark::State& state;
-    std::size_t bytes;
-    std::uint64_t before;
-};
+/// Measures `work` on one message of so many bytes: counts first, then times it with cJSON as it is
+/// when nobody counts.
+template <typename Work>
+void measure(benchmark::State& state, std::size_t bytes, const Work& work) {
+    state.counters["allocations"] = allocationsOf(work);
+    state.counters["bytes"] = static_cast<double>(bytes);
+    while (state.KeepRunning()) {
+        work();
+    }
+}
 
 }  // namespace ponmgr::bench

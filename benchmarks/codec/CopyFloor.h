@@ -15,12 +15,11 @@ inline void registerCopyFloor(const std::string& name, std::size_t size) {
     benchmark::RegisterBenchmark((name + "/floor").c_str(), [size](benchmark::State& state) {
         const std::vector<unsigned char> from(size, 0x5A);
         std::vector<unsigned char> to(size);
-        const AllocationCount count(state, size);
-        while (state.KeepRunning()) {
+        measure(state, size, [&] {
             benchmark::DoNotOptimize(from.data());
             std::memcpy(to.data(), from.data(), size);
             benchmark::ClobberMemory();
-        }
+        });
     });
 }
 

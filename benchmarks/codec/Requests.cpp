@@ -127,12 +127,10 @@ void registerRequests() {
         const std::string name = std::string("request/") + request.name;
         benchmark::RegisterBenchmark(name.c_str(), [&request, size](benchmark::State& state) {
             RequestMessage requests;
-            build(request, requests);  // the list has its memory, as in the daemon
-            const AllocationCount count(state, size);
-            while (state.KeepRunning()) {
+            measure(state, size, [&] {
                 build(request, requests);
                 benchmark::DoNotOptimize(requests.getAll().front()->getMessage());
-            }
+            });
         });
         registerCopyFloor(name, size);
     }

@@ -58,13 +58,12 @@ std::vector<ResponseCase> responseCases() {
     };
 }
 
-void measure(benchmark::State& state, const Datagram& datagram) {
+void measureParsing(benchmark::State& state, const Datagram& datagram) {
     ResponseMessage responses;
-    const AllocationCount count(state, datagram.size());
-    while (state.KeepRunning()) {
+    measure(state, datagram.size(), [&] {
         const TKMessage message(datagram.data(), static_cast<std::uint16_t>(datagram.size()));
         benchmark::DoNotOptimize(responses.parseMessage(&message));
-    }
+    });
 }
 
 }  // namespace
@@ -74,7 +73,7 @@ void registerResponses() {
         const Datagram datagram = datagramFrom(response.datagram);
         const std::string name = std::string("response/") + response.name;
         benchmark::RegisterBenchmark(
-            name.c_str(), [datagram](benchmark::State& state) { measure(state, datagram); });
+            name.c_str(), [datagram](benchmark::State& state) { measureParsing(state, datagram); });
         registerCopyFloor(name, datagram.size());
     }
 }

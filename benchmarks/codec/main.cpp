@@ -1,11 +1,11 @@
 // The codec: requests, answers, lists of links, and records to JSON and back.
 
-#include "benchmarks/codec/Allocations.h"
+#include <benchmark/benchmark.h>
+
 #include "benchmarks/codec/Cases.h"
 
 int main(int count, char** words) {
     using namespace ponmgr::bench;
-    countAllocations();
     registerRequests();
     registerResponses();
     registerLinkLists();

@@ -4,12 +4,13 @@
 
 #include <string>
 
-#include "benchmarks/exchange/CardQuestion.h"
+#include "benchmarks/support/CardQuestion.h"
 #include "benchmarks/support/UdpEnd.h"
 
 namespace ponmgr::bench {
 
-/// What an exchange costs at the very least: one thread that sends, receives, and reads nothing.
+/// What an exchange costs at the very least: one thread that sends, receives, and of what came
+/// looks at size, id and tag alone, so as to know that it is the answer.
 class BareFloor {
 public:
     BareFloor(const std::string& source, const sockaddr_in& card);

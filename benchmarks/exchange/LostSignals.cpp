@@ -1,14 +1,23 @@
 #include "benchmarks/exchange/LostSignals.h"
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
+#include "benchmarks/exchange/AnswerArrivals.h"
 #include "benchmarks/exchange/ProductExchange.h"
+#include "benchmarks/support/Clock.h"
+#include "tk/SocketHelper.h"
 
 namespace ponmgr::bench {
 
 namespace {
+
+constexpr std::chrono::milliseconds kLimit{100};
+constexpr std::chrono::milliseconds kStep{1};
+/// A wait ends on a whole step.
+constexpr std::int64_t kShortestWait = std::chrono::nanoseconds(kLimit - kStep).count();
 
 /// Threads that keep cores busy as long as this lives.
 class BusyThreads {
@@ -39,19 +48,28 @@ private:
 
 }  // namespace
 
-unsigned countLostSignals(const std::string& source, const std::string& card, unsigned times,
-                          unsigned busyThreads) {
+AskedAgain countAskedAgain(const std::string& source, const std::string& card, unsigned times,
+                           unsigned busyThreads) {
     ExchangeTiming timing;
-    timing.responseTime = std::chrono::milliseconds(200);
-    timing.clockStep = std::chrono::milliseconds(1);
-    timing.tries = 10;
+    timing.responseTime = kLimit;
+    timing.clockStep = kStep;
+    timing.tries = 20;
     ProductExchange product(source, card, timing);
+    AnswerArrivals arrivals(*SocketHelper::getInstance(SocketHelper::kAnyInterface), card);
     const BusyThreads busy(busyThreads);
-    unsigned lost = 0;
+    AskedAgain found;
     for (unsigned i = 0; i < times; i++) {
-        lost += product.answersToOne() > 1 ? 1 : 0;
+        const std::uint16_t tag = product.prepare();
+        arrivals.forget(tag);
+        const std::int64_t start = steadyNow();
+        const std::size_t answers = product.send();
+        if (answers > 1 && arrivals.firstOf(tag) - start < kShortestWait) {
+            found.lost++;
+        } else if (steadyNow() - start >= kShortestWait) {
+            found.late++;
+        }
     }
-    return lost;
+    return found;
 }
 
 }  // namespace ponmgr::bench

@@ -4,10 +4,15 @@
 
 namespace ponmgr::bench {
 
-/// How many of `times` exchanges had their answer before the wait for it began, so that the card
-/// was asked again, while `busyThreads` other threads do nothing but compute. The wait is cut to a
-/// fraction of a second for it.
-unsigned countLostSignals(const std::string& source, const std::string& card, unsigned times,
-                          unsigned busyThreads);
+/// Exchanges in which the card was asked again.
+struct AskedAgain {
+    unsigned lost = 0;  ///< The answer was there within the limit, but nobody waited yet.
+    unsigned late = 0;  ///< The limit was over before the answer, or whoever waited for it, ran.
+};
+
+/// Of `times` exchanges, while `busyThreads` other threads do nothing but compute. The limit, which
+/// is what one of these costs, is cut to a tenth of a second for it.
+AskedAgain countAskedAgain(const std::string& source, const std::string& card, unsigned times,
+                           unsigned busyThreads);
 
 }  // namespace ponmgr::bench

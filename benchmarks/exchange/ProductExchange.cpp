@@ -32,26 +32,29 @@ ProductExchange::ProductExchange(const std::string& source, const std::string& c
     waitUntilBound(socket);
 }
 
-void ProductExchange::exchangeOnce() {
+std::uint16_t ProductExchange::prepare() {
     requests.clear();
-    responses.clear();
     requests.addGetOLTInformation();
-    socket.sendRequestMessage(&requests, &responses);
-    responses.parseAllMessages();
+    return requests.getAll().front()->getCtag();
 }
 
-void ProductExchange::exchange(unsigned times) {
+std::size_t ProductExchange::send() {
+    responses.clear();
+    socket.sendRequestMessage(&requests, &responses);
+    responses.parseAllMessages();
+    return responses.getMessagesSize();
+}
+
+unsigned ProductExchange::exchange(unsigned times) {
+    unsigned askedAgain = 0;
     for (unsigned i = 0; i < times; i++) {
-        exchangeOnce();
+        prepare();
+        askedAgain += send() > 1 ? 1 : 0;
         if (responses.getContainer(0) == nullptr) {
             throw std::runtime_error("an answer without a record");
         }
     }
-}
-
-std::size_t ProductExchange::answersToOne() {
-    exchangeOnce();
-    return responses.getMessagesSize();
+    return askedAgain;
 }
 
 }  // namespace ponmgr::bench

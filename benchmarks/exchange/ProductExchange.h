@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "tk/RequestMessage.h"
@@ -18,19 +19,20 @@ public:
     ProductExchange(const std::string& source, const std::string& card,
                     const ExchangeTiming& timing = {});
 
-    /// Throws Exception when the card is silent, std::runtime_error for an answer without its
-    /// record.
-    void exchange(unsigned times);
+    /// In how many of them the card was asked again, because the first answer came before the wait
+    /// for it. Throws Exception when the card is silent, std::runtime_error for an answer without
+    /// its record.
+    unsigned exchange(unsigned times);
 
-    /// One exchange; how many answers to its request came. Two say that the first one's signal
-    /// found nobody who waited.
-    std::size_t answersToOne();
+    /// Makes the next request; its tag.
+    std::uint16_t prepare();
+    /// Exchanges what was prepared and parses what came; how many answers these are. Throws
+    /// Exception when the card is silent.
+    std::size_t send();
 
     UDPSocket& getSocket() { return socket; }
 
 private:
-    void exchangeOnce();
-
     UDPSocket socket;
     RequestMessage requests;
     ResponseMessage responses;

@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "benchmarks/exchange/CardQuestion.h"
+#include "benchmarks/support/CardQuestion.h"
 #include "benchmarks/support/UdpEnd.h"
 
 namespace ponmgr::bench {

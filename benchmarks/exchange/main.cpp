@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "benchmarks/exchange/BareFloor.h"
@@ -11,7 +12,7 @@
 #include "benchmarks/exchange/ThreadedFloor.h"
 #include "benchmarks/support/Arguments.h"
 #include "benchmarks/support/Clock.h"
-#include "benchmarks/support/ResidentMemory.h"
+#include "tk/SocketHelper.h"
 
 namespace {
 
@@ -21,7 +22,8 @@ constexpr unsigned kMost = 1'000'000;
 
 struct Contender {
     const char* name;
-    std::function<void(unsigned)> exchange;
+    /// So many exchanges; returns in how many of them the card was asked again.
+    std::function<unsigned(unsigned)> exchange;
 };
 
 /// One line a round, in which each contender has had its turn; every round begins with another one.
@@ -30,9 +32,14 @@ void runRounds(const std::vector<Contender>& contenders, unsigned times, unsigne
         const char* separator = "{";
         for (unsigned turn = 0; turn < contenders.size(); turn++) {
             const Contender& contender = contenders[(round + turn) % contenders.size()];
-            const Cost cost = costOf([&] { contender.exchange(times); });
-            std::printf("%s\"%s\":{\"wall_ns\":%lld,\"cpu_ns\":%lld}", separator, contender.name,
-                        static_cast<long long>(cost.wall), static_cast<long long>(cost.cpu));
+            unsigned askedAgain = 0;
+            const Cost cost = costOf([&] { askedAgain = contender.exchange(times); });
+            std::printf(
+                "%s\"%s\":{\"wall_ns\":%lld,\"cpu_ns\":%lld,\"switches\":%lld,"
+                "\"asked_again\":%u}",
+                separator, contender.name, static_cast<long long>(cost.wall),
+                static_cast<long long>(cost.cpu), static_cast<long long>(cost.switches),
+                askedAgain);
             separator = ",";
         }
         std::printf("}\n");
@@ -40,42 +47,80 @@ void runRounds(const std::vector<Contender>& contenders, unsigned times, unsigne
     }
 }
 
-/// The daemon's exchange, between its floors or alone.
-void measure(const Arguments& arguments, bool withFloors) {
-    const std::string& source = arguments.text("--source");
-    const std::string& card = arguments.text("--card");
-    BareFloor bare(source, ipv4(card, kCardPort));
-    ThreadedFloor threaded(source, ipv4(card, kCardPort));
-    ProductExchange product(source, card);
-    std::vector<Contender> contenders{
-        {"product", [&product](unsigned count) { product.exchange(count); }}};
-    if (withFloors) {
-        contenders.push_back({"bare", [&bare](unsigned count) { bare.exchange(count); }});
-        contenders.push_back(
-            {"threaded", [&threaded](unsigned count) { threaded.exchange(count); }});
-    }
+/// A floor waits for its answer whenever that comes, so it never asks again.
+template <typename Floor>
+Contender floorOf(const char* name, Floor& floor) {
+    return {name, [&floor](unsigned count) {
+                floor.exchange(count);
+                return 0U;
+            }};
+}
+
+void runRounds(const Arguments& arguments, const std::vector<Contender>& contenders) {
     runRounds(contenders, arguments.number("--exchanges", 1, kMost),
               arguments.number("--rounds", 1, kMost));
 }
 
-void reportHeld(std::size_t onus) {
-    std::printf("{\"rows\":%zu,\"resident_bytes\":%zu}\n", onus, residentBytes());
+void measureBare(const Arguments& arguments) {
+    BareFloor bare(arguments.text("--source"), ipv4(arguments.text("--card"), ponmgr::kTkPort));
+    runRounds(arguments, {floorOf("bare", bare)});
 }
 
-void run(int count, const char* const* words) {
-    const Arguments arguments(
-        count, words, {"rounds", "product", "lost", "hold"},
-        {"--source", "--card", "--base", "--exchanges", "--rounds", "--busy-threads"});
+void measureProduct(const Arguments& arguments) {
+    ProductExchange product(arguments.text("--source"), arguments.text("--card"));
+    runRounds(arguments,
+              {{"product", [&product](unsigned count) { return product.exchange(count); }}});
+}
+
+/// The daemon's exchange between its floors.
+void measureAll(const Arguments& arguments) {
     const std::string& source = arguments.text("--source");
-    if (arguments.getMode() == "rounds" || arguments.getMode() == "product") {
-        measure(arguments, arguments.getMode() == "rounds");
-    } else if (arguments.getMode() == "lost") {
-        const unsigned lost = countLostSignals(source, arguments.text("--card"),
-                                               arguments.number("--exchanges", 1, kMost),
-                                               arguments.number("--busy-threads", 0, 64));
-        std::printf("{\"lost\":%u}\n", lost);
-    } else {
-        holdRecords(source, arguments.text("--base"), &reportHeld);
+    const std::string& card = arguments.text("--card");
+    BareFloor bare(source, ipv4(card, ponmgr::kTkPort));
+    ThreadedFloor threaded(source, ipv4(card, ponmgr::kTkPort));
+    ProductExchange product(source, card);
+    runRounds(arguments,
+              {{"product", [&product](unsigned count) { return product.exchange(count); }},
+               floorOf("bare", bare),
+               floorOf("threaded", threaded)});
+}
+
+void countLost(const Arguments& arguments) {
+    const AskedAgain found = countAskedAgain(arguments.text("--source"), arguments.text("--card"),
+                                             arguments.number("--exchanges", 1, kMost),
+                                             arguments.number("--busy-threads", 0, 64));
+    std::printf("{\"lost\":%u,\"late\":%u}\n", found.lost, found.late);
+}
+
+void hold(const Arguments& arguments) {
+    const HeldMemory held = holdRecords(arguments.text("--source"), arguments.text("--base"));
+    std::printf("{\"rows\":%zu,\"base_bytes\":%zu,\"resident_bytes\":%zu}\n", held.rows,
+                held.baseBytes, held.allBytes);
+}
+
+struct Mode {
+    const char* name;
+    void (*run)(const Arguments& arguments);
+};
+
+constexpr Mode kModes[] = {{"rounds", &measureAll},
+                           {"product", &measureProduct},
+                           {"bare", &measureBare},
+                           {"lost", &countLost},
+                           {"hold", &hold}};
+
+void run(int count, const char* const* words) {
+    std::vector<std::string> names;
+    for (const Mode& mode : kModes) {
+        names.emplace_back(mode.name);
+    }
+    const Arguments arguments(
+        count, words, names,
+        {"--source", "--card", "--base", "--exchanges", "--rounds", "--busy-threads"});
+    for (const Mode& mode : kModes) {
+        if (arguments.getMode() == mode.name) {
+            mode.run(arguments);
+        }
     }
 }
 

@@ -1,7 +1,6 @@
 #include "benchmarks/snmp/DelayRelay.h"
 
 #include <array>
-#include <ctime>
 
 #include "benchmarks/support/Clock.h"
 #include "benchmarks/support/UdpEnd.h"
@@ -10,16 +9,7 @@ namespace ponmgr::bench {
 
 namespace {
 
-constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr unsigned kAgentPatience = 2000;
-
-void sleepUntil(std::int64_t moment) {
-    timespec time{};
-    time.tv_sec = moment / kSecond;
-    time.tv_nsec = moment % kSecond;
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr) != 0) {
-    }
-}
 
 }  // namespace
 

@@ -1,4 +1,4 @@
-// Gives an agent the latency of a card.
+// Gives cards and agents one and the same latency.
 
 #include "benchmarks/snmp/DelayRelay.h"
 #include "benchmarks/support/Arguments.h"

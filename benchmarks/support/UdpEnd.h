@@ -22,7 +22,6 @@ public:
     UdpEnd& operator=(const UdpEnd&) = delete;
     ~UdpEnd();
 
-    int get() const { return descriptor; }
     /// Where it is bound.
     sockaddr_in getAddress() const;
 

@@ -1,15 +1,17 @@
-#include "benchmarks/exchange/CardQuestion.h"
-
-#include <algorithm>
+#include "benchmarks/support/CardQuestion.h"
 
 #include "tk/RequestMessage.h"
+#include "tk/TKIDMessage.h"
 
 namespace ponmgr::bench {
 
 namespace {
 
-constexpr std::size_t kIdAndTag = 4;
 constexpr std::size_t kResponseHeader = 8;
+
+std::uint16_t numberAt(std::span<const unsigned char> bytes, std::size_t offset) {
+    return static_cast<std::uint16_t>(bytes[offset] << 8 | bytes[offset + 1]);
+}
 
 }  // namespace
 
@@ -28,8 +30,15 @@ std::span<const unsigned char> CardQuestion::next() {
 }
 
 bool CardQuestion::isAnswer(std::span<const unsigned char> received) const {
-    return received.size() >= kResponseHeader &&
-           std::equal(datagram.begin(), datagram.begin() + kIdAndTag, received.begin());
+    return tagOfAnswer(received) == tag;
+}
+
+std::optional<std::uint16_t> CardQuestion::tagOfAnswer(std::span<const unsigned char> received) {
+    constexpr auto kId = static_cast<std::uint16_t>(TKIDMessage::GetOLTInformation);
+    if (received.size() < kResponseHeader || numberAt(received, 0) != kId) {
+        return std::nullopt;
+    }
+    return numberAt(received, 2);
 }
 
 }  // namespace ponmgr::bench
