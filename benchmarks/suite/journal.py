@@ -10,13 +10,14 @@ IN, OUT = "in", "out"
 
 @dataclass(slots=True)
 class Datagram:
-    """`wall` is in seconds since 1970."""
+    """`wall` is in seconds since 1970; `hex` are the frame's bytes."""
 
     card: int
     direction: str
     wall: float
     id: int
     ctag: int
+    hex: str = ""
 
 
 def _wall(text):
@@ -25,15 +26,32 @@ def _wall(text):
     return seconds + float("0." + fraction)
 
 
+class Reader:
+    """Reads a journal that is being written, each datagram once."""
+
+    def __init__(self, path):
+        self.path = path
+        self.place = 0  # in bytes
+
+    def more(self):
+        """The datagrams since the last time, in their order. A last line that is being written waits until the
+        next time."""
+        with open(self.path, "rb") as file:
+            file.seek(self.place)
+            lines = file.read().splitlines(keepends=True)
+        whole = [line for line in lines if line.endswith(b"\n")]
+        self.place += sum(map(len, whole))
+        return [_datagram(json.loads(line)) for line in whole]
+
+
+def _datagram(entry):
+    return Datagram(entry["card"], entry["direction"], _wall(entry["wall"]), entry["id"], entry["ctag"],
+                    entry["hex"])
+
+
 def read(path):
-    """All datagrams in their order. A last line that is being written is left out."""
-    found = []
-    for line in path.read_text().splitlines(keepends=True):
-        if line.endswith("\n"):
-            entry = json.loads(line)
-            found.append(Datagram(entry["card"], entry["direction"], _wall(entry["wall"]),
-                                  entry["id"], entry["ctag"]))
-    return found
+    """All datagrams in their order, but a last line that is being written."""
+    return Reader(path).more()
 
 
 @dataclass(slots=True)

@@ -5,7 +5,7 @@ import time
 from collections import defaultdict
 from statistics import median
 
-from .. import journal
+from .. import alarms, journal
 from ..manager import Manager
 from ..rows import Row, quantile
 from ..surroundings import say
@@ -19,6 +19,10 @@ CARDS = 8
 PASS = 1.0
 REPORT_ALARM = 0x801A
 STORM = 1000  # a second, over all cards
+# In this time, in seconds, what is on its way arrives, and nothing is read in the process that notes when.
+TAIL = 3
+# A report more than there were alarms comes a pass later at most.
+ONE_MORE_PASS = 1.5
 
 
 def run(bench):
@@ -56,71 +60,86 @@ def summary(state, turns):
 
 
 def single_alarms(bench):
-    """One after the other, at any moment of a pass."""
+    """One after the other, at any moment of a pass; how many."""
     chance = random.Random(1)
-    for turn in range(bench.pick(60, 15)):
+    count = bench.pick(200, 15)
+    for turn in range(count):
         time.sleep(chance.uniform(0.05, 0.35))
         bench.control("alarm", f"{turn % CARDS + 1}/0/{chance.randrange(4)}", "Loss of Signal",
                       "raise" if turn % 2 == 0 else "clear")
+    return count
 
 
 def storm(bench):
+    """At every card at the same time; how many alarms."""
     seconds = bench.pick(10, 3)
+    each = STORM // CARDS * seconds
     for card in range(1, CARDS + 1):
-        bench.control("fault", "add", "event-burst", "--card", card, "--rate", STORM // CARDS,
-                      "--count", STORM // CARDS * seconds)
+        bench.control("fault", "add", "event-burst", "--card", card, "--rate", STORM // CARDS, "--count", each)
     time.sleep(seconds)
+    return each * CARDS
 
 
 class Waits:
     """Lays the alarms that the cards sent beside those that were reported, in their order; each must be
-    there."""
+    there, and say the same. Reads the journal and the reports on from where it stopped."""
 
     def __init__(self, path, manager):
-        self.path = path
+        self.journal = journal.Reader(path)
         self.manager = manager
-        self.seen = {card: 0 for card in range(1, CARDS + 1)}
-        wait_for(lambda: self.outstanding() == 0, 30, "what the start raised is reported")
-        for card, reported in self.reported().items():
-            self.seen[card] = len(reported)
+        self.messages = 0
+        self.sent = defaultdict(list)
+        self.reported = defaultdict(list)
 
     def caused_by(self, cause, bench):
-        """Seconds from each alarm's departure to its arrival in a report."""
-        cause(bench)
-        wait_for(lambda: self.settled(), 60, "every alarm is reported")
-        sent, reported = self.sent(), self.reported()
-        waits = [arrival - departure for card in sent
-                 for departure, arrival in zip(sent[card][self.seen[card]:],
-                                               reported[card][self.seen[card]:], strict=True)]
-        self.seen.update({card: len(times) for card, times in reported.items()})
-        return waits
+        """Seconds from each alarm's departure to its arrival in a report. `cause` tells how many there are."""
+        expected = cause(bench)
+        time.sleep(TAIL)
+        wait_for(lambda: self.have_arrived(expected), 60,
+                 lambda: f"{expected} alarms are sent and reported; sent {count(self.sent)}, "
+                         f"reported {count(self.reported)}", pause=1.0)
+        time.sleep(ONE_MORE_PASS)
+        self.look()
+        sent, reported = dict(self.sent), dict(self.reported)
+        self.sent.clear()
+        self.reported.clear()
+        if count(sent) != expected:
+            raise RuntimeError(f"the cards sent {count(sent)} alarms, not {expected}")
+        return lay_beside(sent, reported)
 
-    def settled(self):
-        """Twice, so that what is on its way is seen."""
-        if self.outstanding() != 0:
-            return False
-        time.sleep(1.5)
-        return self.outstanding() == 0
+    def have_arrived(self, expected):
+        self.look()
+        return count(self.sent) >= expected and count(self.reported) >= expected
 
-    def outstanding(self):
-        reported = self.reported()
-        missing = {card: len(times) - len(reported[card]) for card, times in self.sent().items()}
-        if min(missing.values(), default=0) < 0:
-            raise RuntimeError(f"more alarms reported than sent, by card: {missing}")
-        return sum(missing.values())
-
-    def sent(self):
-        found = defaultdict(list)
-        for datagram in journal.read(self.path):
+    def look(self):
+        for datagram in self.journal.more():
             if datagram.direction == journal.OUT and datagram.id == REPORT_ALARM:
-                found[datagram.card].append(datagram.wall)
-        return found
+                if alarm := alarms.sent(datagram):
+                    self.sent[datagram.card].append(alarm)
+        news = self.manager.news()
+        for moment, uri, data in news[self.messages:]:
+            for row in data["alarm_list"] if uri == "/olt/alarm/new" else ():
+                if alarm := alarms.reported(moment, row):
+                    self.reported[int(row["slot_id"])].append(alarm)
+        self.messages = len(news)
 
-    def reported(self):
-        found = defaultdict(list)
-        for moment, uri, data in self.manager.news():
-            if uri == "/olt/alarm/new":
-                for row in data["alarm_list"]:
-                    if row["alarm"] == "Loss of Signal":
-                        found[int(row["slot_id"])].append(moment)
-        return found
+
+def count(by_card):
+    return sum(map(len, by_card.values()))
+
+
+def lay_beside(sent, reported):
+    """Each alarm's wait, card by card. RuntimeError when an alarm is missing, is one too many, says something
+    else, or came before it was sent."""
+    waits = []
+    for card in sorted({*sent, *reported}):
+        theirs, ours = sent.get(card, []), reported.get(card, [])
+        if len(theirs) != len(ours):
+            raise RuntimeError(f"card {card} sent {len(theirs)} alarms, {len(ours)} were reported")
+        for alarm, report in zip(theirs, ours):
+            if alarm.says() != report.says():
+                raise RuntimeError(f"card {card} sent {alarm}, reported was {report}")
+            if report.moment < alarm.moment:
+                raise RuntimeError(f"the report {report} came before the alarm {alarm} of card {card}")
+            waits.append(report.moment - alarm.moment)
+    return waits
