@@ -106,7 +106,7 @@ def _outcome(slot, what, sample, incidents, kinds_at):
     return EXCUSED if is_excused(what, kinds_at.get(slot, ())) else WRONG
 
 
-def complaints_about_sample(sample, incidents, rest):
+def complaints_about_sample(sample, incidents, rest, judge_sizes):
     """What a program had beyond its bounds in this sample, and queues that stood; `rest` is each program's
     reading at rest."""
     found = []
@@ -117,7 +117,7 @@ def complaints_about_sample(sample, incidents, rest):
             if not incidents.halted(sample.at, sample.until, LONGEST_GAP):
                 found.append(f"{name} couldn't be looked at {at}")
             continue
-        if reading.resident_kb > most:
+        if judge_sizes and reading.resident_kb > most:
             found.append(f"{name} took {reading.resident_kb} kB {at}; {most} kB are the most")
         for what, more in (("descriptors", MORE_DESCRIPTORS), ("threads", MORE_THREADS)):
             has, most = getattr(reading, what), getattr(rest[name], what) + more[name]

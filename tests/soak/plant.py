@@ -95,7 +95,7 @@ class Plant:
         self.folder = folder
         self.lines = {name: CountedLines(folder / f"{name}.log") for name in NAMES}
         self.processes = {}
-        self.unplanned_ends = []
+        self.killed = set()
         self.starts = Counter()
         self.counted = Counter()  # by dbmans that were killed
         self.commands = {
@@ -109,6 +109,7 @@ class Plant:
     def start(self, name):
         """Starts a program and waits until it is ready."""
         self.starts[name] += 1
+        self.killed.discard(name)
         times = self.starts[name]
         self.processes[name] = Process(name, [program(name), *self.commands[name]], self.lines[name],
                                        own_session=True)
@@ -129,15 +130,19 @@ class Plant:
         """Kills dbman or the daemon; start() puts another in its place."""
         if name == "dbman":
             self.counted.update(self._status())
+        self.killed.add(name)
         self.signal(name, signal.SIGKILL)
         self.processes[name].wait_for_end()
 
     def check_running(self):
-        """Notes a program that has ended by itself, and raises AssertionError."""
-        for name, process in self.processes.items():
-            if not process.is_running() and name not in self.unplanned_ends:
-                self.unplanned_ends.append(name)
-        assert not self.unplanned_ends, f"{', '.join(self.unplanned_ends)} ended by itself"
+        """Raises AssertionError when a program has ended by itself."""
+        ended = self.ended()
+        assert not ended, ended[0]
+
+    def ended(self):
+        """A sentence for each program that has ended and wasn't killed."""
+        return [f"{name} ended by itself" for name, process in self.processes.items()
+                if name not in self.killed and not process.is_running()]
 
     @staticmethod
     def _status():

@@ -51,7 +51,7 @@ def summary(rounds, settings, complaints):
     """All of it as one JSON object. `complaints` are what broke the soak off; those about levels are added."""
     plant, stage = rounds.plant, rounds.stage
     compared = levels_compared(rounds.levels, settings.warm_up)
-    judge_sizes = settings.seconds >= SHORTEST_TO_JUDGE and rounds.elapsed() >= SHORTEST_TO_JUDGE
+    judge_sizes = rounds.judges_sizes and rounds.elapsed() >= SHORTEST_TO_JUDGE
     complaints = rounds.complaints + complaints + complaints_about_levels(compared, judge_sizes)
     return {
         "verdict": "failed" if complaints else "passed",

@@ -17,6 +17,7 @@ from support.product import inventory, truth
 from troubles import SLOTS, WIRE
 
 QUEUES_LIMIT = 10
+MOST_JOURNALS = 10  # that are kept
 RECHECK_TIME = 15  # the daemon looks whether all is still there on every twelfth pass, of a second and more
 STORM_TIME = 45
 # In a storm, while its troubles are undone, until it must be right, and until it is mended by a reset.
@@ -41,6 +42,7 @@ class Rounds:
         self.begun = time.monotonic()
         stage.clock = self.elapsed
         self.sampler = Sampler(self.plant, self.elapsed, self.wrong)
+        self.judges_sizes = settings.seconds >= SHORTEST_TO_JUDGE
         self.judged = 0  # samples
         self.ledger = Ledger()
         self.recoveries = []
@@ -77,7 +79,7 @@ class Rounds:
         self.judged += len(new)
         rest = self.levels[0][2] if self.levels else _least(self.samples)
         for sample in new:
-            for complaint in (complaints_about_sample(sample, self.stage.incidents, rest) +
+            for complaint in (complaints_about_sample(sample, self.stage.incidents, rest, self.judges_sizes) +
                               self.ledger.judge_inventory(sample, self.stage.incidents, self.stage.faults_at,
                                                           SLOTS)):
                 self._complain(complaint)
@@ -87,11 +89,12 @@ class Rounds:
     def burst(self):
         """The largest burst of alarms that a storm can draw, at every card at once, and where sizes are
         judged as many lines as dbman holds: what is bounded is as full then as it gets, and the memory for it is taken."""
-        incident = self.stage.incidents.add(Incident("largest burst", frozenset(SLOTS), WIRE, self.elapsed()))
+        incident = self.stage.incidents.add(Incident("largest burst", frozenset(SLOTS), WIRE, self.elapsed(),
+                                                     halts=True))
         for slot in SLOTS:
             faults.largest_burst(slot)
         began = time.monotonic()
-        if self.settings.seconds >= SHORTEST_TO_JUDGE:
+        if self.judges_sizes:
             fill_memory_of_manager()
         time.sleep(max(0.0, began + faults.LARGEST_BURST_SECONDS - time.monotonic()))
         incident.ended = self.elapsed()
@@ -203,6 +206,8 @@ class Rounds:
         """Goes on, and keeps what the wire has seen until now."""
         self.complaints.append(text)
         self.tell(f"wrong: {text}")
+        if len(self.complaints) > MOST_JOURNALS:
+            return
         path = self.plant.keep_journal(len(self.complaints))
         self.tell(f"the last datagrams are in {path}")
 

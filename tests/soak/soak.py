@@ -74,7 +74,8 @@ def soak(settings, folder):
     try:
         play(rounds, settings)
     except (Disagreement, AssertionError, plants.Refused) as error:
-        complaints.append(str(error))
+        # a program that ended is what others complain of
+        complaints += dict.fromkeys([*plant.ended(), str(error)])
     except KeyboardInterrupt:
         tell("ended at once; the last calm is not judged")
     rounds.end()

@@ -233,7 +233,7 @@ def test_a_soak_of_half_a_minute_passes_and_reports(short_soak):
 @pytest.mark.long
 @pytest.mark.timeout(600)
 def test_a_soak_that_is_interrupted_reports_what_was(short_soak):
-    process = short_soak("1h", "--seed", "12")
+    process = short_soak("4m", "--seed", "12")
     for line in process.stdout:
         if "everything is in service" in line:
             break
@@ -249,7 +249,7 @@ def test_a_soak_that_is_interrupted_reports_what_was(short_soak):
 @pytest.mark.long
 @pytest.mark.timeout(600)
 def test_a_soak_fails_when_a_program_ends_by_itself(short_soak):
-    process = short_soak("1h", "--seed", "13")
+    process = short_soak("4m", "--seed", "13")
     for line in process.stdout:
         if "everything is in service" in line:
             break

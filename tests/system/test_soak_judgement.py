@@ -71,8 +71,8 @@ def test_a_sample_that_is_missing_is_noticed(times, gap):
 # What a program takes.
 
 
-def complaints(told, *made):
-    return judgement.complaints_about_sample(told, incidents(*made), REST)
+def complaints(told, *made, judge_sizes=True):
+    return judgement.complaints_about_sample(told, incidents(*made), REST, judge_sizes)
 
 
 def test_a_storm_and_probes_are_within_the_bounds():
@@ -85,6 +85,10 @@ def test_a_storm_and_probes_are_within_the_bounds():
     (Reading(8000, 6, 29), "had 29 threads at 100 s; 28 are the most")])
 def test_what_goes_beyond_a_bound_in_one_sample_is_wrong(reading, complaint):
     assert complaints(sample(readings={"ponmgrd": reading})) == [f"ponmgrd {complaint}"]
+
+
+def test_sizes_of_a_short_soak_are_not_judged():
+    assert complaints(sample(readings={"ponmgrd": Reading(200000, 6, 28)}), judge_sizes=False) == []
 
 
 def test_a_program_is_missing_in_a_sample_only_when_it_was_halted_or_killed():
