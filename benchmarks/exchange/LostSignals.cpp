@@ -53,7 +53,6 @@ AskedAgain countAskedAgain(const std::string& source, const std::string& card, u
     ExchangeTiming timing;
     timing.responseTime = kLimit;
     timing.clockStep = kStep;
-    timing.tries = 20;
     ProductExchange product(source, card, timing);
     AnswerArrivals arrivals(*SocketHelper::getInstance(SocketHelper::kAnyInterface), card);
     const BusyThreads busy(busyThreads);
@@ -62,12 +61,13 @@ AskedAgain countAskedAgain(const std::string& source, const std::string& card, u
         const std::uint16_t tag = product.prepare();
         arrivals.forget(tag);
         const std::int64_t start = steadyNow();
-        const std::size_t answers = product.send();
-        if (answers > 1 && arrivals.firstOf(tag) - start < kShortestWait) {
+        const Sent sent = product.send();
+        if (sent.answers > 1 && arrivals.firstOf(tag) - start < kShortestWait) {
             found.lost++;
         } else if (steadyNow() - start >= kShortestWait) {
             found.late++;
         }
+        found.givenUp += sent.givenUp ? 1 : 0;
     }
     return found;
 }

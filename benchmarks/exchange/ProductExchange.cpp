@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "app/Exception.h"
 #include "tk/SocketHelper.h"
 
 namespace ponmgr::bench {
@@ -38,23 +39,34 @@ std::uint16_t ProductExchange::prepare() {
     return requests.getAll().front()->getCtag();
 }
 
-std::size_t ProductExchange::send() {
+Sent ProductExchange::send() {
     responses.clear();
-    socket.sendRequestMessage(&requests, &responses);
+    Sent sent;
+    try {
+        socket.sendRequestMessage(&requests, &responses);
+    } catch (const Exception&) {
+        if (responses.getMessagesSize() == 0) {
+            throw;
+        }
+        sent.givenUp = true;
+    }
     responses.parseAllMessages();
-    return responses.getMessagesSize();
+    sent.answers = responses.getMessagesSize();
+    return sent;
 }
 
-unsigned ProductExchange::exchange(unsigned times) {
-    unsigned askedAgain = 0;
+Unnoticed ProductExchange::exchange(unsigned times) {
+    Unnoticed unnoticed;
     for (unsigned i = 0; i < times; i++) {
         prepare();
-        askedAgain += send() > 1 ? 1 : 0;
+        const Sent sent = send();
+        unnoticed.askedAgain += sent.answers > 1 ? 1 : 0;
+        unnoticed.givenUp += sent.givenUp ? 1 : 0;
         if (responses.getContainer(0) == nullptr) {
             throw std::runtime_error("an answer without a record");
         }
     }
-    return askedAgain;
+    return unnoticed;
 }
 
 }  // namespace ponmgr::bench

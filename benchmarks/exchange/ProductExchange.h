@@ -10,6 +10,18 @@
 
 namespace ponmgr::bench {
 
+/// Exchanges with answers that came before the wait for them.
+struct Unnoticed {
+    unsigned askedAgain = 0;  ///< The card had to be asked more than once.
+    unsigned givenUp = 0;     ///< Of these: none of its answers was noticed.
+};
+
+/// What came of one request.
+struct Sent {
+    std::size_t answers = 0;  ///< One for each time that the card was asked.
+    bool givenUp = false;     ///< The exchange failed, though there are answers.
+};
+
 /// The daemon's exchange with one card, with all that belongs to it: request, shared socket and its
 /// receive thread, wait, and the record parsed from the answer.
 class ProductExchange {
@@ -19,16 +31,14 @@ public:
     ProductExchange(const std::string& source, const std::string& card,
                     const ExchangeTiming& timing = {});
 
-    /// In how many of them the card was asked again, because the first answer came before the wait
-    /// for it. Throws Exception when the card is silent, std::runtime_error for an answer without
-    /// its record.
-    unsigned exchange(unsigned times);
+    /// What came of so many. Throws Exception when the card is silent, std::runtime_error for an
+    /// answer without its record.
+    Unnoticed exchange(unsigned times);
 
     /// Makes the next request; its tag.
     std::uint16_t prepare();
-    /// Exchanges what was prepared and parses what came; how many answers these are. Throws
-    /// Exception when the card is silent.
-    std::size_t send();
+    /// Exchanges what was prepared and parses what came. Throws Exception when the card is silent.
+    Sent send();
 
     UDPSocket& getSocket() { return socket; }
 

@@ -22,8 +22,7 @@ constexpr unsigned kMost = 1'000'000;
 
 struct Contender {
     const char* name;
-    /// So many exchanges; returns in how many of them the card was asked again.
-    std::function<unsigned(unsigned)> exchange;
+    std::function<Unnoticed(unsigned)> exchange;
 };
 
 /// One line a round, in which each contender has had its turn; every round begins with another one.
@@ -32,14 +31,14 @@ void runRounds(const std::vector<Contender>& contenders, unsigned times, unsigne
         const char* separator = "{";
         for (unsigned turn = 0; turn < contenders.size(); turn++) {
             const Contender& contender = contenders[(round + turn) % contenders.size()];
-            unsigned askedAgain = 0;
-            const Cost cost = costOf([&] { askedAgain = contender.exchange(times); });
+            Unnoticed unnoticed;
+            const Cost cost = costOf([&] { unnoticed = contender.exchange(times); });
             std::printf(
                 "%s\"%s\":{\"wall_ns\":%lld,\"cpu_ns\":%lld,\"switches\":%lld,"
-                "\"asked_again\":%u}",
+                "\"asked_again\":%u,\"given_up\":%u}",
                 separator, contender.name, static_cast<long long>(cost.wall),
                 static_cast<long long>(cost.cpu), static_cast<long long>(cost.switches),
-                askedAgain);
+                unnoticed.askedAgain, unnoticed.givenUp);
             separator = ",";
         }
         std::printf("}\n");
@@ -52,7 +51,7 @@ template <typename Floor>
 Contender floorOf(const char* name, Floor& floor) {
     return {name, [&floor](unsigned count) {
                 floor.exchange(count);
-                return 0U;
+                return Unnoticed{};
             }};
 }
 
@@ -89,7 +88,8 @@ void countLost(const Arguments& arguments) {
     const AskedAgain found = countAskedAgain(arguments.text("--source"), arguments.text("--card"),
                                              arguments.number("--exchanges", 1, kMost),
                                              arguments.number("--busy-threads", 0, 64));
-    std::printf("{\"lost\":%u,\"late\":%u}\n", found.lost, found.late);
+    std::printf("{\"lost\":%u,\"late\":%u,\"given_up\":%u}\n", found.lost, found.late,
+                found.givenUp);
 }
 
 void hold(const Arguments& arguments) {

@@ -1,6 +1,7 @@
 """The exchange with a card, beside the least that sending and receiving the same datagrams costs."""
 
 import os
+from statistics import median
 
 from ..rows import Row, ratios
 from ..surroundings import CARDS, SOURCE
@@ -10,13 +11,17 @@ ANSWERS = "what a request to a card costs beside a bare sendto and recvfrom"
 IN_QUICK = True
 
 CONTENDERS = ("bare", "threaded", "product")
+# Exchanges of a run, by the card's latency in milliseconds: one in thousands is asked again.
+ASKED = {0: 2000, 1: 4000, 2: 4000}
 
 
 def run(bench):
     rows = []
     for latency in bench.pick((1, 2, 5), (1,)):
         rows += beside_floors(bench, latency)
-    return rows + lost_signals(bench)
+    for latency in bench.pick(ASKED, (0, 2)):
+        rows += lost_signals(bench, latency)
+    return rows
 
 
 def one_card(bench, latency):
@@ -24,7 +29,7 @@ def one_card(bench, latency):
 
 
 def rounds(bench, count):
-    """Each contender's wall and processor times, by rounds."""
+    """What each contender took, by rounds."""
     return bench.ask("bench-exchange", "rounds", "--source", SOURCE, "--card", CARDS + "1",
                      "--exchanges", count, "--rounds", bench.runs)
 
@@ -38,30 +43,39 @@ def beside_floors(bench, latency):
     def times(contender, clock):
         return [turn[contender][clock] for turn in measured]
 
-    def details(top, bottom, clock):
-        return {"µs": sorted(times(top, clock))[bench.runs // 2] / count / 1e3,
-                "floor µs": sorted(times(bottom, clock))[bench.runs // 2] / count / 1e3}
-
     def row(what, top, bottom, clock, **goal):
         return Row(f"{what}, card's latency {latency} ms", f"{bottom} floor",
                    ratios(times(top, clock), times(bottom, clock)),
-                   details=details(top, bottom, clock), **goal)
+                   details={"µs": median(times(top, clock)) / count / 1e3,
+                            "floor µs": median(times(bottom, clock)) / count / 1e3,
+                            "asked again": sum(times(top, "asked_again"))}, **goal)
 
     return [row(f"{count:,} exchanges", "product", "bare", "wall_ns", at_most=1.03),
             row("processor time of an exchange", "product", "threaded", "cpu_ns", at_most=1.5),
             row("processor time of the threaded floor", "threaded", "bare", "cpu_ns")]
 
 
-def lost_signals(bench):
-    """Answers that were there before the wait began, of cards that answer at once."""
-    count = bench.pick(2000, 100)
-    simulator = one_card(bench, "0")
-    rows = []
-    for busy, state in ((0, "idle"), (os.cpu_count(), f"{os.cpu_count()} cores loaded")):
-        lost = [bench.ask("bench-exchange", "lost", "--source", SOURCE, "--card", CARDS + "1",
-                          "--exchanges", count, "--busy-threads", busy)[0]["lost"]
-                for _ in range(bench.runs)]
-        rows.append(Row(f"answers before the wait, latency 0, {state}", f"all {count:,}",
-                        [number / count for number in lost]))
+def lost_signals(bench, latency):
+    """Answers that came before the wait for them, idle and while other threads want all cores."""
+    simulator = one_card(bench, f"{latency}ms")
+    rows = [asked_again(bench, latency, busy) for busy in (0, os.cpu_count())]
     bench.stop(simulator)
     return rows
+
+
+def asked_again(bench, latency, busy):
+    count = bench.pick(ASKED[latency], 100)
+    found = [bench.ask("bench-exchange", "lost", "--source", SOURCE, "--card", CARDS + "1",
+                       "--exchanges", count, "--busy-threads", busy)[0]
+             for _ in range(bench.pick(5, 1))]
+    return lost_row(latency, busy, count, found)
+
+
+def lost_row(latency, busy, count, found):
+    """An answer that was late is none of the lost ones, but is shown beside them."""
+    state = f"{busy} cores loaded" if busy else "idle"
+    totals = {"of": count * len(found), "lost": sum(turn["lost"] for turn in found),
+              "late": sum(turn["late"] for turn in found),
+              "given up": sum(turn["given_up"] for turn in found)}
+    return Row(f"answers before the wait, card's latency {latency} ms, {state}", f"all {count:,} of a run",
+               [turn["lost"] / count for turn in found], details=totals)

@@ -1,5 +1,6 @@
-"""Net-SNMP's library on the same work: synchronous requests over UDP to an agent as late as the card."""
+"""Net-SNMP's library on the same work: synchronous requests over UDP, answered as late as the card's."""
 
+from dataclasses import dataclass
 from statistics import median
 
 from ..rows import Row, ratios
@@ -9,79 +10,172 @@ from .exchange import one_card
 
 NAME = "peer"
 ANSWERS = "the exchange beside Net-SNMP's: speed, processor time, memory"
-IN_QUICK = False
+IN_QUICK = True
 
+CARD = CARDS + "1"
+CARD_PORT = 14113
+# The card as it is met behind its relay, on the port that cards have.
+RELAYED_CARD = "127.0.2.1"
 AGENT_PORT = 1161
-RELAY_PORT = 2161
+RELAYED_AGENT_PORT = 2161
 LATENCY_MS = 2
-REQUESTS = 1000
+PEERS = 8
 ROWS = 248
 TABLE = ".1.3.6.1.4.1.8072.9999.9999.1"
 # As long as what the daemon keeps of an ONU.
 TEXT = "00:0d:b6:03:00:07 1 1 41.50 3.30 12.00 2.10 -14.20 4000 4001 4002"
 
 
+@dataclass
+class Turns:
+    """What the programs told of one side, turn by turn: the client's requests, and those of a bare loop that tell
+    how late the answers are."""
+
+    client: list
+    bare: list
+
+    def of_client(self, key):
+        return [turn[key] for turn in self.client]
+
+    def of_bare(self, key):
+        return [turn[key] for turn in self.bare]
+
+
 def run(bench):
     start_agent(bench)
-    simulator = one_card(bench, f"{LATENCY_MS}ms")
-    ours, theirs = [], []
-    for turn in range(bench.runs):
-        say(f"  pair {turn + 1}")
-        for side in (ours, theirs) if turn % 2 == 0 else (theirs, ours):
-            side.append(our_turn(bench) if side is ours else their_turn(bench))
-    bench.stop(simulator)
-    return [speed(ours, theirs), processor(ours, theirs), memory(bench)]
+    return behind_relays(bench) + answered_at_once(bench) + memory(bench)
 
 
 def start_agent(bench):
     folder = bench.new_folder()
-    lines = [f"agentaddress udp:{SOURCE}:{AGENT_PORT}", "rocommunity public", "sysServices 0"]
+    lines = [f"agentaddress udp:{SOURCE}:{AGENT_PORT}", "rocommunity public"]
     lines += [f'override {TABLE}.{row} octet_str "{TEXT}"' for row in range(1, ROWS + 1)]
     (folder / "snmpd.conf").write_text("\n".join(lines) + "\n")
     agent = bench.start("snmpd", "-f", "-Lo", "-C", "-c", folder / "snmpd.conf", "-I",
                         "override,vacm_conf,snmpv3,usmConf", "-p", folder / "pid",
                         program="/usr/sbin/snmpd")
     agent.wait_for_line("NET-SNMP version", 30)
-    bench.start("bench-relay", "relay", "--listen", SOURCE, "--port", RELAY_PORT, "--agent", SOURCE,
-                "--agent-port", AGENT_PORT, "--delay-us", LATENCY_MS * 1000)
-    wait_for(lambda: answers(bench), 30, "the agent answers through the relay")
+    wait_for(lambda: answers(their_turn, bench, AGENT_PORT, 1), 30, "the agent answers")
 
 
-def answers(bench):
+def start_relay(bench, listen, port, target, target_port):
+    return bench.start("bench-relay", "relay", "--listen", listen, "--port", port, "--agent", target,
+                       "--agent-port", target_port, "--delay-us", LATENCY_MS * 1000)
+
+
+def answers(turn, *words):
     try:
-        return bench.ask("bench-snmp", "rounds", "--agent", f"{SOURCE}:{RELAY_PORT}", "--requests", 1,
-                         "--rounds", 1)
+        return turn(*words)
     except RuntimeError:
         return None
 
 
-def our_turn(bench):
-    return bench.ask("bench-exchange", "product", "--source", SOURCE, "--card", CARDS + "1",
-                     "--exchanges", REQUESTS, "--rounds", 1)[0]["product"]
+def behind_relays(bench):
+    """Card and agent answer at once, and a relay before each holds their answers back until the latency is over:
+    equally late on both sides."""
+    count = bench.pick(1000, 100)
+    simulator = one_card(bench, "0")
+    relays = [start_relay(bench, RELAYED_CARD, CARD_PORT, CARD, CARD_PORT),
+              start_relay(bench, SOURCE, RELAYED_AGENT_PORT, SOURCE, AGENT_PORT)]
+    wait_for(lambda: answers(our_bare_turn, bench, RELAYED_CARD, 1), 30, "the card answers behind its relay")
+    wait_for(lambda: answers(their_bare_turn, bench, RELAYED_AGENT_PORT, 1), 30,
+             "the agent answers behind its relay")
+    ours, theirs = pairs(bench, RELAYED_CARD, RELAYED_AGENT_PORT, count)
+    for process in (*relays, simulator):
+        bench.stop(process)
+    return [latency(ours, theirs, count), speed(ours, theirs, count, f"latency {LATENCY_MS} ms on both sides"),
+            beyond("ours", ours, count), beyond("Net-SNMP's", theirs, count),
+            processor(ours, theirs, count), switches(ours, theirs, count)]
 
 
-def their_turn(bench):
-    return bench.ask("bench-snmp", "rounds", "--agent", f"{SOURCE}:{RELAY_PORT}", "--requests", REQUESTS,
+def answered_at_once(bench):
+    """Neither relay nor latency: an answer of ours may come before the wait for it, and is asked for again then."""
+    count = bench.pick(200, 20)
+    simulator = one_card(bench, "0")
+    ours, theirs = pairs(bench, CARD, AGENT_PORT, count)
+    bench.stop(simulator)
+    return [speed(ours, theirs, count, "answered at once")]
+
+
+def pairs(bench, card, agent_port, count):
+    """Both sides by turns, in an order that changes."""
+    ours, theirs = Turns([], []), Turns([], [])
+
+    def our_pair():
+        ours.bare.append(our_bare_turn(bench, card, count))
+        ours.client.append(our_turn(bench, card, count))
+
+    def their_pair():
+        theirs.bare.append(their_bare_turn(bench, agent_port, count))
+        theirs.client.append(their_turn(bench, agent_port, count))
+
+    for turn in range(bench.runs):
+        say(f"  pair {turn + 1}")
+        for side in (our_pair, their_pair) if turn % 2 == 0 else (their_pair, our_pair):
+            side()
+    return ours, theirs
+
+
+def our_turn(bench, card, count, mode="product"):
+    return bench.ask("bench-exchange", mode, "--source", SOURCE, "--card", card, "--exchanges", count,
+                     "--rounds", 1)[0][mode]
+
+
+def our_bare_turn(bench, card, count):
+    return our_turn(bench, card, count, mode="bare")
+
+
+def their_turn(bench, port, count, mode="rounds"):
+    return bench.ask("bench-snmp", mode, "--agent", SOURCE, "--port", port, "--requests", count,
                      "--rounds", 1)[0]
 
 
-def values(turns, clock):
-    return [turn[clock] for turn in turns]
+def their_bare_turn(bench, port, count):
+    return their_turn(bench, port, count, mode="bare")
 
 
-def speed(ours, theirs):
-    our_times, their_times = values(ours, "wall_ns"), values(theirs, "wall_ns")
-    return Row(f"requests a second, latency {LATENCY_MS} ms on both sides", "Net-SNMP",
-               ratios(their_times, our_times),
-               details={"ours": REQUESTS * 1e9 / median(our_times),
-                        "Net-SNMP's": REQUESTS * 1e9 / median(their_times)})
+def both(ours, theirs, unit):
+    return {"ours": median(ours), "Net-SNMP's": median(theirs), "of": unit}
 
 
-def processor(ours, theirs):
-    our_times, their_times = values(ours, "cpu_ns"), values(theirs, "cpu_ns")
+def microseconds(times, count):
+    return [time / count / 1e3 for time in times]
+
+
+def latency(ours, theirs, count):
+    """Whether the two sides are asked to do the same at all."""
+    our_times, their_times = (microseconds(side.of_bare("wall_ns"), count) for side in (ours, theirs))
+    return Row("latency behind the relays, a bare loop's", "the agent's", ratios(our_times, their_times),
+               details=both(our_times, their_times, "µs"))
+
+
+def speed(ours, theirs, count, how):
+    our_speeds, their_speeds = ([count * 1e9 / time for time in side.of_client("wall_ns")]
+                                for side in (ours, theirs))
+    return Row(f"requests a second, {how}", "Net-SNMP", ratios(our_speeds, their_speeds),
+               details={**both(our_speeds, their_speeds, "a second"),
+                        "asked again": sum(ours.of_client("asked_again")),
+                        "given up": sum(ours.of_client("given_up")), "requests": count * len(our_speeds)})
+
+
+def beyond(whose, turns, count):
+    """What the client adds to the latency that a bare loop found just before."""
+    return Row(f"time of a request beyond the bare loop's, {whose}", "",
+               [client - bare for client, bare in zip(microseconds(turns.of_client("wall_ns"), count),
+                                                      microseconds(turns.of_bare("wall_ns"), count),
+                                                      strict=True)], "µs")
+
+
+def processor(ours, theirs, count):
+    our_times, their_times = (microseconds(side.of_client("cpu_ns"), count) for side in (ours, theirs))
     return Row("processor time of a request", "Net-SNMP", ratios(our_times, their_times), at_most=0.5,
-               details={"ours": median(our_times) / REQUESTS / 1e3,
-                        "Net-SNMP's": median(their_times) / REQUESTS / 1e3, "unit": "µs"})
+               details=both(our_times, their_times, "µs"))
+
+
+def switches(ours, theirs, count):
+    ours, theirs = ([number / count for number in side.of_client("switches")] for side in (ours, theirs))
+    return Row("switches of threads for a request", "Net-SNMP", ratios(ours, theirs),
+               details=both(ours, theirs, "switches"))
 
 
 def memory(bench):
@@ -90,16 +184,29 @@ def memory(bench):
     ours = [held(bench, "bench-exchange", "--source", SOURCE, "--base", CARDS)
             for _ in range(bench.runs)]
     bench.stop(simulator)
-    theirs = [held(bench, "bench-snmp", "--agent", f"{SOURCE}:{AGENT_PORT}", "--rows", ROWS)
+    theirs = [held(bench, "bench-snmp", "--agent", SOURCE, "--port", AGENT_PORT, "--rows", ROWS)
               for _ in range(bench.runs)]
+    return memory_rows(ours, theirs)
+
+
+def memory_rows(ours, theirs):
+    """All of it, and apart: what the process is before the first row, and what a row adds."""
     mebibyte = 1 << 20
-    return Row(f"resident memory, 8 peers of {ROWS} rows", "Net-SNMP", ratios(ours, theirs), at_most=1.0,
-               details={"ours": median(ours) / mebibyte, "Net-SNMP's": median(theirs) / mebibyte,
-                        "unit": "MiB"})
+
+    def row(what, value, unit, **goal):
+        our_values, their_values = ([value(told) for told in side] for side in (ours, theirs))
+        return Row(what, "Net-SNMP", ratios(our_values, their_values),
+                   details=both(our_values, their_values, unit), **goal)
+
+    return [row(f"resident memory, {PEERS} peers of {ROWS} rows", lambda told: told["resident_bytes"] / mebibyte,
+                "MiB", at_most=1.0),
+            row("of this, before the first row", lambda told: told["base_bytes"] / mebibyte, "MiB"),
+            row("of this, each row", lambda told: (told["resident_bytes"] - told["base_bytes"]) / told["rows"],
+                "bytes")]
 
 
 def held(bench, program, *words):
     told = bench.ask(program, "hold", *words)[0]
-    if told["rows"] != 8 * ROWS:
-        raise RuntimeError(f"{program} holds {told['rows']} rows, not {8 * ROWS}")
-    return told["resident_bytes"]
+    if told["rows"] != PEERS * ROWS:
+        raise RuntimeError(f"{program} holds {told['rows']} rows, not {PEERS * ROWS}")
+    return told
