@@ -62,7 +62,7 @@ def beside_floors(measured):
             continue
         goal = {"at_most": 3.0} if name == "json/parsed-alarm" else {}
         rows.append(Row(name, FLOORS[name.split("/")[0]], ratios(times(repetitions), times(floor)),
-                        details=details(repetitions), **goal))
+                        credible_from=0.97, details=details(repetitions), **goal))
     return rows
 
 

@@ -97,6 +97,10 @@ def answered_at_once(bench):
     return [speed(ours, theirs, count, "answered at once")]
 
 
+def turns(bench):
+    return bench.pick(bench.runs, 2)
+
+
 def pairs(bench, card, agent_port, count):
     """Both sides by turns, in an order that changes."""
     ours, theirs = Turns([], []), Turns([], [])
@@ -109,7 +113,7 @@ def pairs(bench, card, agent_port, count):
         theirs.bare.append(their_bare_turn(bench, agent_port, count))
         theirs.client.append(their_turn(bench, agent_port, count))
 
-    for turn in range(bench.runs):
+    for turn in range(turns(bench)):
         say(f"  pair {turn + 1}")
         for side in (our_pair, their_pair) if turn % 2 == 0 else (their_pair, our_pair):
             side()
@@ -179,17 +183,18 @@ def switches(ours, theirs, count):
 
 
 def memory(bench):
-    simulator = bench.simulator("--onus", ROWS // 2, "--configured", "--optics-interval", "0",
+    rows = bench.pick(ROWS, 16)
+    simulator = bench.simulator("--onus", rows // 2, "--configured", "--optics-interval", "0",
                                 "--latency", f"{LATENCY_MS}ms")
-    ours = [held(bench, "bench-exchange", "--source", SOURCE, "--base", CARDS)
-            for _ in range(bench.runs)]
+    ours = [held(bench, rows, "bench-exchange", "--source", SOURCE, "--base", CARDS)
+            for _ in range(turns(bench))]
     bench.stop(simulator)
-    theirs = [held(bench, "bench-snmp", "--agent", SOURCE, "--port", AGENT_PORT, "--rows", ROWS)
-              for _ in range(bench.runs)]
-    return memory_rows(ours, theirs)
+    theirs = [held(bench, rows, "bench-snmp", "--agent", SOURCE, "--port", AGENT_PORT, "--rows", rows)
+              for _ in range(turns(bench))]
+    return memory_rows(ours, theirs, rows)
 
 
-def memory_rows(ours, theirs):
+def memory_rows(ours, theirs, rows):
     """All of it, and apart: what the process is before the first row, and what a row adds."""
     mebibyte = 1 << 20
 
@@ -198,15 +203,15 @@ def memory_rows(ours, theirs):
         return Row(what, "Net-SNMP", ratios(our_values, their_values),
                    details=both(our_values, their_values, unit), **goal)
 
-    return [row(f"resident memory, {PEERS} peers of {ROWS} rows", lambda told: told["resident_bytes"] / mebibyte,
+    return [row(f"resident memory, {PEERS} peers of {rows} rows", lambda told: told["resident_bytes"] / mebibyte,
                 "MiB", at_most=1.0),
             row("of this, before the first row", lambda told: told["base_bytes"] / mebibyte, "MiB"),
             row("of this, each row", lambda told: (told["resident_bytes"] - told["base_bytes"]) / told["rows"],
                 "bytes")]
 
 
-def held(bench, program, *words):
+def held(bench, rows, program, *words):
     told = bench.ask(program, "hold", *words)[0]
-    if told["rows"] != PEERS * ROWS:
-        raise RuntimeError(f"{program} holds {told['rows']} rows, not {PEERS * ROWS}")
+    if told["rows"] != PEERS * rows:
+        raise RuntimeError(f"{program} holds {told['rows']} rows, not {PEERS * rows}")
     return told
