@@ -52,6 +52,16 @@ def build():
     Path("/tmp/played.py").write_text(PLAYED.replace("{folder}", str(BUILD)))
 
 
+@pytest.fixture(autouse=True)
+def document():
+    """Hides the document, so that none is written that anybody reads."""
+    path = Path("/tmp/performance.md")
+    path.write_text("# Speed\n" + "".join(f"<!-- bench {name} -->\nold {name}\n<!-- end {name} -->\n"
+                                          for name in ("machine", "steady", "failing", "apart")) + "the end\n")
+    namespace.mount(str(path), str(ROOT / "docs" / "performance.md"), None, namespace.MS_BIND)
+    return path
+
+
 def bench(*words):
     return subprocess.run([sys.executable, "-c", "exec(open('/tmp/played.py').read())", BUILD, *words], cwd=ROOT,
                           capture_output=True, text=True, timeout=120)
@@ -128,16 +138,6 @@ def test_cases_that_were_not_run_keep_their_figures():
     assert bench("failing").returncode == 1
     assert results()["apart"] == earlier
     assert list(results()) == ["apart", "steady"]
-
-
-@pytest.fixture
-def document():
-    """Hides the document, so that none is written that anybody reads."""
-    path = Path("/tmp/performance.md")
-    path.write_text("# Speed\n" + "".join(f"<!-- bench {name} -->\nold {name}\n<!-- end {name} -->\n"
-                                          for name in ("machine", "steady", "failing", "apart")) + "the end\n")
-    namespace.mount(str(path), str(ROOT / "docs" / "performance.md"), None, namespace.MS_BIND)
-    return path
 
 
 def test_the_document_has_the_tables_of_the_cases_that_were_run(document):

@@ -76,6 +76,11 @@ def test_an_answer_to_something_else_belongs_to_no_request(other):
     assert one.answered is None
 
 
+def test_an_answer_that_went_before_a_request_came_is_not_its():
+    one, = exchanges(datagram("out", 9.9, 1), datagram("in", 10.0, 1))[3]
+    assert one.answered is None
+
+
 def test_each_try_of_a_request_has_the_answer_of_its_own_time():
     first, again = exchanges(datagram("in", 10.0, 1), datagram("in", 15.0, 1), datagram("out", 15.002, 1))[3]
     assert (first.answered, first.next, again.answered) == (None, 15.0, 15.002)

@@ -21,6 +21,7 @@ NOON = 1795435200.0  # 2026-11-23 12:00:00 UTC, in seconds since 1970
 # Report Alarm: id, ctag, length, result, sequence; the target's tag and MAC, a port's number; code, state, ...
 ONU_RAISED = "801a" "0000" "000f" "0000" "0001" "03" "000db6010001" "11" "01" "01" "00"
 ONU_CLEARED = "801a" "0000" "000f" "0000" "0002" "03" "000db6010001" "11" "00" "01" "00"
+ONU_OTHER_STATE = "801a" "0000" "000f" "0000" "0002" "03" "000db6010001" "11" "02" "01" "00"
 PORT_RAISED = "801a" "0000" "0011" "0000" "0003" "05" "000db6000001" "0002" "11" "01" "01" "00"
 OLT_LINK_RAISED = "801a" "0000" "000f" "0000" "0004" "07" "000db6010001" "11" "01" "01" "00"
 DYING_GASP = "801a" "0000" "000f" "0000" "0005" "03" "000db6010001" "40" "01" "01" "00"
@@ -41,7 +42,8 @@ def datagram(frame, wall=NOON, card=1, direction="out", message=0x801A):
 
 
 @pytest.mark.parametrize("frame, label, state", [
-    (ONU_RAISED, ONU_LABEL, "On"), (ONU_CLEARED, ONU_LABEL, "Off"), (PORT_RAISED, "OLT Port: NNI-0", "On"),
+    (ONU_RAISED, ONU_LABEL, "On"), (ONU_CLEARED, ONU_LABEL, "Off"),
+    (ONU_OTHER_STATE, ONU_LABEL, "Off"), (PORT_RAISED, "OLT Port: NNI-0", "On"),
     (OLT_LINK_RAISED, "OLT Link: 00:0d:b6:01:00:01", "On")])
 def test_an_alarms_frame_tells_what_the_report_has_to_say(frame, label, state):
     assert alarms.sent(datagram(frame)) == alarms.Alarm(NOON, label, state)
@@ -114,7 +116,7 @@ def scene(monkeypatch):
 
 def test_each_cause_has_the_waits_of_its_own_alarms(scene):
     told = ("Loss of Signal", "On")
-    assert scene(1, [line(1), line(1, direction="in", message=7), line(1, message=7),
+    assert scene(1, [line(1), line(1, direction="in"), line(1, message=7),
                      line(1, frame=DYING_GASP)],
                  (NOON + 1.5, told, ("Standard Dying Gasp", "On"))) == pytest.approx([0.5], abs=1e-5)
     assert scene(2, [line(2), line(2.5)], (NOON + 2.75, told), (NOON + 3, told)) == pytest.approx(

@@ -110,7 +110,8 @@ def test_a_table_between_markers_keeps_what_is_around_it_and_its_own_backslashes
 
 
 @pytest.mark.parametrize("text", [
-    "<!-- bench x -->\n", "<!-- end x -->\n",
+    "<!-- bench x -->\n", "<!-- end x -->\n", "<!-- bench x -->\n<!-- bench x -->\n<!-- end x -->\n",
+    "<!-- bench x -->\n<!-- end x -->\n<!-- end x -->\n",
     "<!-- bench x -->\n<!-- end x -->\n<!-- bench x -->\n<!-- end x -->\n"])
 def test_a_document_with_half_a_place_or_two_is_refused(text):
     with pytest.raises(ValueError, match="no place for x: <!-- bench x --> and <!-- end x -->"):
