@@ -85,7 +85,7 @@ def behind_relays(bench):
         bench.stop(process)
     return [latency(ours, theirs, count), speed(ours, theirs, count, f"latency {LATENCY_MS} ms on both sides"),
             beyond("ours", ours, count), beyond("Net-SNMP's", theirs, count),
-            processor(ours, theirs, count), switches(ours, theirs, count)]
+            processor(ours, theirs, count), least(ours, theirs, count), switches(ours, theirs, count)]
 
 
 def answered_at_once(bench):
@@ -174,6 +174,13 @@ def processor(ours, theirs, count):
     our_times, their_times = (microseconds(side.of_client("cpu_ns"), count) for side in (ours, theirs))
     return Row("processor time of a request", "Net-SNMP", ratios(our_times, their_times), at_most=0.5,
                details=both(our_times, their_times, "µs"))
+
+
+def least(ours, theirs, count):
+    """What sending and receiving alone takes of it: no client with these system calls gets below."""
+    bare, their_times = (microseconds(times, count) for times in (ours.of_bare("cpu_ns"), theirs.of_client("cpu_ns")))
+    return Row("processor time of a bare loop's request", "Net-SNMP", ratios(bare, their_times),
+               details=both(bare, their_times, "µs"))
 
 
 def switches(ours, theirs, count):
