@@ -56,6 +56,40 @@ def test_other_alarms_are_of_no_interest():
     assert alarms.reported(NOON, {**row, "alarm": "Loss of Signal"}) == alarms.Alarm(NOON, ONU_LABEL, "On")
 
 
+# What causes them.
+
+
+class PlayedBench:
+    def __init__(self):
+        self.told = []
+
+    def pick(self, full, quick):
+        return full
+
+    def control(self, *words):
+        self.told.append(words)
+
+
+def test_single_alarms_are_as_many_as_it_says_at_every_card_in_turn_and_in_both_states(monkeypatch):
+    pauses, bench = [], PlayedBench()
+    monkeypatch.setattr(reports.time, "sleep", pauses.append)
+    assert reports.single_alarms(bench) == len(bench.told) == len(pauses) == 200
+    for card in range(1, 9):
+        told = [words for words in bench.told if words[1].startswith(f"{card}/0/")]
+        assert [state for *_, state in told] == (["raise", "clear"] * 13)[:25]
+        assert {name for _, _, name, _ in told} == {"Loss of Signal"}
+    assert max(pauses) - min(pauses) > 0.25
+
+
+def test_a_storm_is_as_many_alarms_as_it_says_from_each_card(monkeypatch):
+    pauses, bench = [], PlayedBench()
+    monkeypatch.setattr(reports.time, "sleep", pauses.append)
+    assert reports.storm(bench) == 10_000
+    assert pauses == [10]
+    assert bench.told == [("fault", "add", "event-burst", "--card", card, "--rate", 125, "--count", 1250)
+                          for card in range(1, 9)]
+
+
 # Which belong together.
 
 

@@ -66,7 +66,7 @@ def single_alarms(bench):
     for turn in range(count):
         time.sleep(chance.uniform(0.05, 0.35))
         bench.control("alarm", f"{turn % CARDS + 1}/0/{chance.randrange(4)}", "Loss of Signal",
-                      "raise" if turn % 2 == 0 else "clear")
+                      "raise" if turn // CARDS % 2 == 0 else "clear")
     return count
 
 
