@@ -2,6 +2,7 @@
 document. The cases are made up here."""
 
 import json
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -146,6 +147,7 @@ def test_the_document_has_the_tables_of_the_cases_that_were_run(document):
     assert "| speed | floor | 2.00 | 1.00..3.00 | 3 | at most 2.50: met |\n<!-- end steady -->" in text
     assert "old steady" not in text and "old machine" not in text
     assert "old failing" in text and "old apart" in text
+    assert re.search(r"steady -->\n20\d\d-\d\d-\d\d, version \S+, with a load of [\d.]+ before it\.\n\n\|", text)
     assert text.startswith("# Speed\n<!-- bench machine -->\nMeasured on ") and text.endswith("the end\n")
 
 
