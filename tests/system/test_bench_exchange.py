@@ -134,6 +134,12 @@ def test_who_takes_less_has_the_lower_ratio(row, key, met):
     assert found.is_met() is met
 
 
+def test_the_least_is_our_bare_loop_beside_their_client():
+    row = peer.least(turns("cpu_ns", [9e9], [1e6]), turns("cpu_ns", [4e6], [9e9]), 1000)
+    assert row.runs == [0.25]
+    assert (row.details["ours"], row.details["Net-SNMP's"]) == (1.0, 4.0)
+
+
 def test_the_processors_goal_is_half_of_the_peers_time():
     row = peer.processor(turns("cpu_ns", [1.01e6], []), turns("cpu_ns", [2e6], []), 1000)
     assert row.is_met() is False
