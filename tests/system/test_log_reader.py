@@ -52,7 +52,8 @@ def waiting_in_the_pipe(process):
 
 
 def test_a_reader_of_the_log_that_stops_holds_who_has_a_line_and_costs_nothing_when_it_goes_on(chassis):
-    _, _, daemon = chassis("1,2", "--onus", "2", "--configured")
+    # An answer must not come while the daemon, on a busy machine, is about to wait for it.
+    _, _, daemon = chassis("1,2", "--onus", "2", "--configured", "--latency", "50ms")
     journal, dropped = Journal(), dropped_at(DAEMON)
     control("card", WITNESS, "product-code", "3724")
     ask("dbman", "slot", "announce", WITNESS)
