@@ -1,5 +1,6 @@
 """What a case finds out, and how runs become one figure."""
 
+import math
 import statistics
 from dataclasses import asdict, dataclass, field
 
@@ -51,16 +52,16 @@ def from_json(stored):
 
 
 def plain(number):
-    """Three digits that count, without an exponent."""
+    """What was counted as it is, else about three digits that count; without an exponent."""
     if number == 0:
         return "0"
-    if abs(number) >= 100:
+    if isinstance(number, int) or abs(number) >= 100:
         return f"{number:,.0f}"
     if abs(number) >= 10:
         return f"{number:.1f}"
     if abs(number) >= 0.1:
         return f"{number:.2f}"
-    return f"{number:.3g}"
+    return f"{number:.{2 - math.floor(math.log10(abs(number)))}f}"
 
 
 def ratios(tops, bottoms):
