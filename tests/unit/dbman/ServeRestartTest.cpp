@@ -217,19 +217,25 @@ std::string stormAlarm(int number) {
                                               (isRaised ? "On" : "Off") + R"("}]})");
 }
 
+/// One of 90 ONUs, with its number as alarm message and level.
+std::string stormOnu(int number) {
+    const auto text = std::to_string(number);
+    std::string data = R"({"slot_id":"3","online_status":"1","mac_address":"00:11:22:33:44:)";
+    data += std::to_string(10 + number % 90);
+    data += R"(","alarm_message":")";
+    data += text;
+    data += R"(","tx_power_input":"-)";
+    data += text;
+    data += R"("})";
+    return notification("/onu/new", data);
+}
+
 /// So many reports of ONUs, one after the other without a pause.
 void storm(int reports) {
     Corvane socket(2001);
     ASSERT_TRUE(socket.createSocket() && socket.connect("/tmp/pmdbman.ipc"));
     for (int number = 0; number < reports; ++number) {
-        const auto text = std::to_string(number);
-        const auto mac = "00:11:22:33:44:" + std::to_string(10 + number % 90);
-        ASSERT_GE(
-            socket.send(notification("/onu/new", R"({"slot_id":"3","online_status":"1",)"
-                                                 R"("mac_address":")" +
-                                                     mac + R"(","alarm_message":")" + text +
-                                                     R"(","tx_power_input":"-)" + text + R"("})")),
-            0);
+        ASSERT_GE(socket.send(stormOnu(number)), 0);
         if (number % 10 == 0) {
             ASSERT_GE(socket.send(stormAlarm(number / 10)), 0);
         }
@@ -316,6 +322,7 @@ TEST(ServeKilled, StartsAgainWithWhatWasKept) {
     EXPECT_THAT(ask(R"({"command":"optics","mac":"00:11:22:33:44:10"})"), HasSubstr("-90\""));
     // Each ONU as its last report has it; the first ten were reported twice.
     std::vector<std::string> expected;
+    expected.reserve(90);
     for (int onu = 0; onu < 90; ++onu) {
         expected.push_back("00:11:22:33:44:" + std::to_string(10 + onu) + " on-line " +
                            std::to_string(onu < 10 ? onu + 90 : onu));
