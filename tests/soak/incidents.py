@@ -7,7 +7,8 @@ from dataclasses import dataclass
 @dataclass
 class Incident:
     """A trouble at some slots. `recovery` is how long after its end everything is right again at the
-    latest; `ended` is None while it lasts. `halts` is said of one that keeps a program from answering, or from keeping up."""
+    latest; `ended` is None while it lasts. `halts` is said of one that keeps a program from answering, or
+    from keeping up."""
     name: str
     slots: frozenset
     recovery: float

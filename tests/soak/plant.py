@@ -68,10 +68,8 @@ LONGEST_ANSWERS = [("events", "--limit", "10000"), ("alarm", "history", "--limit
                    ("onu", "list")]
 
 
-def fill_memory_of_manager():
-    """Has dbman write as many lines as it holds, and give its longest answers, so that its memory for them is
-    taken."""
-    fill_event_log()
+def give_longest_answers():
+    """Has dbman give them, so that its memory for them is taken."""
     for words in LONGEST_ANSWERS:
         ask("dbman", *words)
 

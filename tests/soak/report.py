@@ -9,18 +9,17 @@ LEVEL_GROWTH = 0.02  # of the resident size after the warm-up
 
 
 def levels_compared(levels, warm_up):
-    """By program: its reading at rest after the warm-up and the last one, both of its last start; of one that
-    has had one calm since then, the largest of its earlier starts and this one. Nothing for a program that
-    was seen at rest once only."""
+    """By program: its reading at rest after the warm-up and the last one. Of one that was killed, what it was
+    at the most in its earlier starts and in the first calm of its last one stands for the former. Nothing for a
+    program that was seen at rest once only."""
     compared = {}
     for name in levels[-1][2] if levels else ():
         judged = [(starts[name], readings[name]) for at, starts, readings in levels if at >= warm_up]
         same = [reading for start, reading in judged if start == levels[-1][1][name]]
         others = [reading for start, reading in judged if start != levels[-1][1][name]]
-        if len(same) >= 2:
-            compared[name] = (same[0], same[-1])
-        elif same and others:
-            compared[name] = (max(others), same[-1])
+        before = others + same[:1] if len(same) >= 2 else others
+        if same and before:
+            compared[name] = (max(before) if others else before[0], same[-1])
     return compared
 
 

@@ -1,13 +1,14 @@
 """Rounds of a soak: a storm of troubles, then a calm in which everything has to be right again."""
 
 import functools
+import signal
 import time
 from collections import namedtuple
 
 import faults
 from incidents import Incident
 from judgement import Ledger, complaints_about_sample, gaps, is_excused
-from plant import ANSWER_TIME, NAMES, ask, fill_memory_of_manager
+from plant import ANSWER_TIME, NAMES, ask, fill_event_log, give_longest_answers
 from readings import Reading, levels_of, local_queue, udp_queues
 from samples import Sampler
 from settings import RECOVERY_LIMIT, SHORTEST_TO_JUDGE
@@ -91,12 +92,15 @@ class Rounds:
         judged as many lines as dbman holds: what is bounded is as full then as it gets, and the memory for it is taken."""
         incident = self.stage.incidents.add(Incident("largest burst", frozenset(SLOTS), WIRE, self.elapsed(),
                                                      halts=True))
+        # also what waits for a database manager that is halted
+        self.plant.signal("dbman", signal.SIGSTOP if self.settings.halt else 0)
         for slot in SLOTS:
             faults.largest_burst(slot)
-        began = time.monotonic()
+        time.sleep(faults.LARGEST_BURST_SECONDS)
+        self.plant.signal("dbman", signal.SIGCONT)
         if self.judges_sizes:
-            fill_memory_of_manager()
-        time.sleep(max(0.0, began + faults.LARGEST_BURST_SECONDS - time.monotonic()))
+            fill_event_log()
+            give_longest_answers()
         incident.ended = self.elapsed()
 
     def storm(self, seconds):

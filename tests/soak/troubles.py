@@ -11,7 +11,7 @@ import subprocess
 from collections import namedtuple
 
 import faults
-from plant import ask
+from plant import ask, give_longest_answers
 from settings import MANY_ONUS
 
 from support import recovery
@@ -183,8 +183,11 @@ def _kill_manager(stage):
     stage.plant.kill("dbman")
 
     def undo():
-        stage.plant.start("dbman")
+        # what is refused behind it has all of this done once more
+        if "dbman" in stage.plant.killed:
+            stage.plant.start("dbman")
         ask("dbman", "slot", "announce", "all")
+        give_longest_answers()
     return undo
 
 
