@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 #include "sim/ControlMembers.h"
 #include "sim/NamedTable.h"
 #include "sim/RequestNames.h"
@@ -118,10 +120,9 @@ Json remove(ChassisWire& wire, const Json& request) {
     if (member(request, "fault") != "all") {
         const auto id = static_cast<std::uint32_t>(numberMember(request, "fault", UINT32_MAX));
         if (wire.faults().find(id) == nullptr) {
-            std::vector<std::string> names;
-            for (const auto existing : ids) {
-                names.push_back(std::to_string(existing));
-            }
+            std::vector<std::string> names(ids.size());
+            std::ranges::transform(ids, names.begin(),
+                                   [](std::uint32_t existing) { return std::to_string(existing); });
             throw ControlError("no fault " + std::to_string(id) +
                                "; there are: " + (names.empty() ? "none" : joined(names)));
         }
