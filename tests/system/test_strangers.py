@@ -8,11 +8,14 @@ from contextlib import contextmanager
 
 import pytest
 
+from support.card import GET_DOMAINS, PORT, olt_ready
+from support.measures import user_bound_to
 from support.other_users import NOBODY, need_other_users
-from support.peer import COMMANDS
+from support.peer import COMMANDS, NOTIFICATIONS
+from support.product import ask, control, wait_for_agreement, wait_in_service
 from support.waiting import wait_for
 
-NOTIFICATIONS = "/tmp/pmdbman.ipc"
+DAEMON = "127.0.0.1"
 
 SEND = """
 import socket, sys
@@ -21,15 +24,31 @@ socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM).sendto(sys.argv[2].encode(), sy
 LISTEN = """
 import os, socket, sys
 path = sys.argv[1]
-if path.startswith("/"):
-    listener = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-    listener.bind(path)
-    os.chmod(path, 0o666)
-else:
-    listener = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-    listener.bind((path, 14113))
+listener = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+listener.bind(path)
+os.chmod(path, 0o666)
 print("ready", flush=True)
 print("heard", listener.recv(65536).decode(), flush=True)
+"""
+HOLD = """
+import socket, sys, time
+holder = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+print("ready", flush=True)
+while True:
+    try:
+        holder.bind((sys.argv[1], int(sys.argv[2])))
+        break
+    except OSError:
+        time.sleep(0.001)
+while True:
+    print("heard", holder.recv(65536).hex(), flush=True)
+"""
+REQUEST = """
+import socket, sys
+asking = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+asking.settimeout(30)
+asking.sendto(bytes.fromhex(sys.argv[3]), (sys.argv[1], int(sys.argv[2])))
+print(asking.recv(2048).hex())
 """
 
 
@@ -44,15 +63,25 @@ def as_a_stranger(program, *words):
 
 
 @contextmanager
-def listening(where):
-    """A stranger who was first at a path, or at the UDP port of an address."""
-    listener = as_a_stranger(LISTEN, where)
+def running(program, *words):
+    """A stranger's program that says when it is ready."""
+    stranger = as_a_stranger(program, *words)
     try:
-        assert listener.stdout.readline() == "ready\n"
-        yield listener
+        assert stranger.stdout.readline() == "ready\n"
+        yield stranger
     finally:
-        listener.kill()
-        listener.wait()
+        stranger.kill()
+        stranger.wait()
+
+
+def listening(path):
+    """A stranger who was first at a path."""
+    return running(LISTEN, path)
+
+
+def wanting_the_daemons_port():
+    """A stranger who binds the daemon's UDP address and port as soon as he can, and keeps them."""
+    return running(HOLD, DAEMON, PORT)
 
 
 def test_a_message_of_a_stranger_is_refused_and_named_and_the_next_is_taken(daemon, peer):
@@ -85,9 +114,48 @@ def test_a_stranger_at_the_database_managers_path_keeps_the_daemon_from_starting
 
 
 def test_a_stranger_at_the_daemons_udp_port_keeps_the_cards_waiting_until_he_is_gone(card, daemon, peer):
-    with listening("127.0.0.1"):
+    with wanting_the_daemons_port() as holder:
+        wait_for(lambda: user_bound_to(DAEMON) == NOBODY)
         inserted = card(3)
-        wait_for(lambda: daemon.count("]: Failed to bind socket") >= 3, 30)
-        assert daemon.count("bind failed: Address already in use") >= 3
+        assert_the_card_waits_and_he_hears_it(inserted, daemon, holder)
         assert inserted.requests == []
     wait_for(lambda: inserted.requests, 30)
+
+
+def test_a_stranger_who_takes_the_udp_port_as_the_socket_is_built_anew_does_the_same(card, daemon, peer):
+    inserted = card(3, marked=True)
+    inserted.wait_for(GET_DOMAINS)
+
+    def taken():
+        # once more when he has missed his second
+        if user_bound_to(DAEMON) == os.getuid():
+            inserted.send_event(bytes(7))
+        return user_bound_to(DAEMON) == NOBODY
+
+    with wanting_the_daemons_port() as holder:
+        wait_for(taken, 60, "the port is the stranger's", pause=0.5)
+        assert_the_card_waits_and_he_hears_it(inserted, daemon, holder)
+        asked = len(inserted.requests)
+    wait_for(lambda: len(inserted.requests) > asked, 30)
+
+
+def assert_the_card_waits_and_he_hears_it(inserted, daemon, holder):
+    wait_for(lambda: daemon.count("]: Failed to bind socket") >= 1, 30)
+    asked = len(inserted.requests)
+    wait_for(lambda: daemon.count("]: Failed to bind socket") >= 4, 30)
+    assert daemon.count("bind failed: Address already in use") >= 4
+    assert len(inserted.requests) == asked
+    event = olt_ready(inserted.slot)
+    inserted.socket.sendto(event, (DAEMON, PORT))
+    assert f"heard {event.hex()}\n" in holder.stdout
+
+
+def test_a_stranger_commands_a_card_from_a_port_of_his_own_and_the_operator_mends_it(chassis):
+    chassis("1", "--onus", "2", "--configured")
+    stranger = as_a_stranger(REQUEST, "127.0.1.1", PORT, "000900010000")  # Disable OLT
+    assert stranger.communicate(timeout=60)[0] == "0009000100020000\n"
+    told = control("card", "1", "get")
+    assert (told["state"], told["enabled"]) == ("configured", False)
+    ask("dbman", "slot", "enable", "1")
+    wait_in_service()
+    wait_for_agreement()

@@ -37,13 +37,29 @@ def resting_descriptors(pid):
     return None if before or children(pid) else found
 
 
-def dropped_at(address, port=14113):
-    """Datagrams that the kernel dropped because this UDP socket's buffer was full, since it was made."""
+def udp_columns(address, port=14113):
+    """What /proc/net/udp says of the socket that is bound there, or None."""
     end = "%08X:%04X" % (int.from_bytes(bytes(map(int, address.split("."))), "little"), port)
-    for line in Path("/proc/net/udp").read_text().splitlines()[1:]:
-        if line.split()[1] == end:
-            return int(line.split()[-1])
-    raise AssertionError(f"no UDP socket is bound to {address}:{port}")
+    rows = [line.split() for line in Path("/proc/net/udp").read_text().splitlines()[1:]]
+    return next((row for row in rows if row[1] == end), None)
+
+
+def dropped_at(address):
+    """Datagrams that the kernel dropped because this UDP socket's buffer was full, since it was made."""
+    columns = udp_columns(address)
+    assert columns, f"no UDP socket is bound to {address}"
+    return int(columns[-1])
+
+
+def bytes_waiting_at(address):
+    """Of the kernel's memory, for what has come to this UDP socket and isn't read yet."""
+    return int(udp_columns(address)[4].split(":")[1], 16)
+
+
+def user_bound_to(address):
+    """Whose UDP socket is bound there: the user's number, or None."""
+    columns = udp_columns(address)
+    return int(columns[7]) if columns else None
 
 
 class Journal:
