@@ -8,7 +8,6 @@ import signal
 import subprocess
 import sys
 import time
-from contextlib import contextmanager
 from datetime import datetime
 from pathlib import Path
 
@@ -21,7 +20,7 @@ from support.card import (GET_DOMAINS, GET_OLT_INFORMATION, REPORT_ALARM, Card, 
 from support.clock import WallClock
 from support.measures import Journal, dropped_at, repeated, resident, resting_descriptors
 from support.measures import descriptors as open_descriptors
-from support.process import Process
+from support.process import Process, halted
 from support.product import agree, ask, control, inventory, program, wait_for_agreement, wait_in_service
 from support.simulator import datagrams, journal_since, request
 from support.vlan_commands import commands_told
@@ -156,13 +155,6 @@ def test_an_address_that_isnt_there_yet_is_tried_every_second(chassis):
 
 # --- peers that stop ---
 
-@contextmanager
-def stopped(process):
-    os.kill(process.pid, signal.SIGSTOP)
-    yield
-    os.kill(process.pid, signal.SIGCONT)
-
-
 def burst(rate, seconds, cards=1):
     """Lets the first cards raise and clear an alarm, each so often a second; returns how often they will."""
     for card in range(1, cards + 1):
@@ -183,7 +175,7 @@ def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chas
     memory, dropped = resident(daemon.pid), dropped_at("127.0.0.1")
     descriptors = wait_for(lambda: resting_descriptors(daemon.pid), 60)
     before = reported("Report Timeout")
-    with stopped(manager):
+    with halted(manager):
         # and one alarm of the ONU that leaves
         sent = burst(rate, seconds, cards) + 1
         wait_for_bursts_end(seconds * 2 + 30)
@@ -229,7 +221,7 @@ def test_a_database_manager_killed_in_a_storm_gets_what_comes_after_its_restart(
 
 def test_a_chassis_that_stops_costs_no_command_and_no_card(chassis):
     simulator, _, daemon = chassis("1,2", "--onus", "2", "--configured")
-    with stopped(simulator):
+    with halted(simulator):
         set_vlan(77)
         time.sleep(8)  # two tries at least are unanswered
         assert len(inventory()[0]) == 2
@@ -246,7 +238,7 @@ def test_a_chassis_that_stops_makes_nothing_grow_and_is_recovered_from_in_time(c
     simulator, _, daemon = chassis("1,2", "--onus", "2", "--configured", "--journal", "200000")
     memory, descriptors = resident(daemon.pid), wait_for(lambda: resting_descriptors(daemon.pid), 60)
     since = datagrams()
-    with stopped(simulator):
+    with halted(simulator):
         for vlan in range(1, commands + 1):
             request("/tmp/dbman.ctl", command="onu vlan", mac=ONU, vlan=str(vlan))
         assert_nothing_grows(daemon, seconds, memory, descriptors)

@@ -10,12 +10,15 @@ from pathlib import Path
 
 import pytest
 
-from support import flood
+from support import flood, recovery
 from support.alarms import counted_as_lost, reported
-from support.card import BRIDGING_MODE, LINK_DISCOVERY, event, link_information
-from support.measures import Journal, dropped_at, periods, repeated, resident, resting_descriptors
-from support.process import Process
-from support.product import ask, control, inventory, wait_for_agreement
+from support.card import (BRIDGING_MODE, DISCOVERED_LINKS, LINK_DISCOVERY, REPORT_ALARM, event,
+                          link_information)
+from support.measures import (Journal, bytes_waiting_at, dropped_at, periods, repeated, resident,
+                              resting_descriptors)
+from support.process import Process, halted
+from support.product import agree, ask, control, inventory, truth, wait_for_agreement
+from support.simulator import datagrams, journal_since
 from support.waiting import wait_for
 
 LONG = (pytest.mark.long, pytest.mark.timeout(400))
@@ -26,6 +29,8 @@ CARD = f"127.0.1.{VICTIM}:14113"
 OTHER_PORT = f"127.0.1.{VICTIM}:14114"
 STRANGER = "127.0.9.9:14113"
 ONU = "00:0d:b6:01:00:01"  # 1/0/1
+TOO_SHORT = "]: Impossible to create TKMessage with small size"
+UNANSWERED = "]: Impossible to send messages to card"
 
 RIGHT_AGAIN_AFTER = 30  # seconds until the inventory is the truth
 MORE_MEMORY = 64  # MiB
@@ -60,6 +65,19 @@ class Storm:
             assert repeated(self.journal.requests(slot)) == [], f"{self.dropped()} datagrams were dropped"
         passes = periods(self.journal.requests(WITNESS))
         assert len(passes) >= 3 and max(passes) < LONGEST_PERIOD, passes
+
+    def wait_until_found_right(self, limit):
+        """All is right, and was asked for: no card is asked for its ONUs that is still to be reset."""
+        since = Journal()
+
+        def are_right():
+            listed = all(any(request["id"] == DISCOVERED_LINKS for request in since.requests(slot))
+                         for slot in (VICTIM, NEIGHBOUR))
+            return listed and agree({VICTIM, NEIGHBOUR}) and all(
+                row["state"] == "in-service" and row["onus_provisioned"] == row["onus_total"]
+                for row in control("list")["cards"] if str(row["slot"]) != WITNESS)
+
+        wait_for(are_right, limit, lambda: f"all is right; the cards are {control('list')['cards']}", 0.5)
 
     def assert_all_is_as_before(self):
         assert self.daemon.is_running()
@@ -116,11 +134,55 @@ def test_ten_thousand_worthless_datagrams_a_second_delay_nobody(storm, seconds, 
 def test_short_datagrams_of_a_card_stop_the_slots_no_longer_than_they_come(storm):
     """Each one that finds the socket costs all slots a second."""
     assert result(flooding(5, "--rate", "10000", "--frames", "short", sources=(CARD,)))["sent"] > 10000
-    assert 2 <= storm.daemon.count("]: Impossible to create TKMessage with small size") <= 12
+    assert 2 <= storm.daemon.count(TOO_SHORT) <= 12
     after = Journal()
     wait_for(lambda: len(after.requests(WITNESS)) >= 4, 30)
     assert max(periods(after.requests(WITNESS)[1:])) < LONGEST_PERIOD
     storm.assert_all_is_as_before()
+
+
+@pytest.mark.long
+@pytest.mark.timeout(400)
+def test_short_datagrams_for_longer_than_three_tries_stop_all_slots_and_lose_their_events(storm):
+    """By their end most slots have asked their cards for the domains in vain; these cards are reset then."""
+    sender = flooding(300, "--rate", "1000", "--frames", "short", sources=(CARD,))
+    storm.daemon.wait_for_line(TOO_SHORT)
+    during, alarms = Journal(), 300
+    added = control("fault", "add", "event-burst", "--card", "all", "--rate", "10", "--count",
+                    str(alarms))["fault"]
+    wait_for(lambda: storm.daemon.count(UNANSWERED) >= 8, 150, "eight requests are given up")
+    fault, = (row for row in control("fault", "list")["faults"] if row["fault"] == added)
+    assert (fault["state"], fault["hits"]) == ("ended", alarms)
+    assert len(during.requests(WITNESS)) < 8, "it is asked once a second else"
+    assert sender.is_running()
+    sender.stop()
+    storm.wait_until_found_right(recovery.RESTART)
+    resets = {slot: control("card", slot, "get")["resets"] for slot in (VICTIM, NEIGHBOUR)}
+    print(f"{reported()} of {alarms} alarms reported; resets by slot: {resets}")
+    assert counted_as_lost(storm.daemon) == 0 and reported() < alarms / 4
+    storm.assert_all_is_as_before()
+
+
+# --- more than the daemon takes ---
+
+def test_what_a_stranger_crowds_out_is_lost_until_the_slot_is_announced(chassis):
+    """The daemon is halted for a while, for any daemon is too slow for somebody."""
+    _, _, daemon = chassis("1,2", "--onus", "2", "--configured")
+    leaving, left_before = control("onu", "1/0/0", "get")["mac"], reported("Report Timeout")
+    dropped, since = dropped_at(DAEMON), datagrams()
+    with halted(daemon):
+        sender = flooding(60, "--rate", "10000", "--frames", "all", sources=(STRANGER,))
+        wait_for(lambda: dropped_at(DAEMON) > dropped, 60, "there is no room for another datagram")
+        control("onu", "1/0/0", "unplug")
+        wait_for(lambda: [entry for entry in journal_since(since, 1) if entry["id"] == REPORT_ALARM], 30)
+        sender.stop()
+    wait_for(lambda: bytes_waiting_at(DAEMON) == 0, 60, "all that had room is read")
+    control("alarm", "1/nni-0", "Temperature", "raise")
+    wait_for(lambda: reported("Temperature") == 1, 60)
+    assert reported("Report Timeout") == left_before
+    assert [mac for _, _, mac in inventory()[1] - truth()[1]] == [leaving]
+    ask("dbman", "slot", "announce", VICTIM)
+    wait_for_agreement(60)
 
 
 # --- answers ---

@@ -24,6 +24,16 @@ def _die_with_parent_alone():
     die_with_parent()
 
 
+@contextmanager
+def halted(process):
+    """It does nothing in between, and is there."""
+    os.kill(process.pid, signal.SIGSTOP)
+    try:
+        yield
+    finally:
+        os.kill(process.pid, signal.SIGCONT)
+
+
 class Process:
     """Started by the constructor; its standard output and error are collected until it ends, in `lines`
     when the caller has something of a list for them. In a session of its own it hears no Ctrl-C."""

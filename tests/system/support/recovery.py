@@ -26,7 +26,8 @@ ANNOUNCEMENT = TRY + 4 * PASS
 EVENT = 2 * PASS
 # From one question whether the card is still configured to the next, at a card that answers.
 RECHECK = REFRESH
-# Every slot, after a datagram that was too short: the socket is built anew, then as after a bad wire.
+# Every slot, after datagrams that were too short and came for less than three tries: the socket is built
+# anew, then as after a bad wire. When they came for longer it is as after a restart.
 SHORT_DATAGRAM = REBUILD + WIRE
 # Another card, or one as the factory made it: its NVS is switched off and it starts once more.
 CARD = RESTART + RESET + TRY + 3 * PASS
@@ -37,7 +38,7 @@ STATED = {
     "the card is asked whether it is still configured": RECHECK,
     "`dbman slot announce N`": ANNOUNCEMENT,
     "a bad wire, or a card that was silent": WIRE,
-    "a datagram shorter than a header, all slots": SHORT_DATAGRAM,
+    "datagrams shorter than a header, for less than three tries, all slots": SHORT_DATAGRAM,
     "a card that restarts, or was reset by the daemon": RESTART,
     "another card in the slot, or one with its NVS on": CARD,
 }
