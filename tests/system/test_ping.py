@@ -62,6 +62,18 @@ def test_the_probe_is_the_real_ping_with_both_addresses_and_inherits_no_descript
     assert descriptors.count("->") == 4  # input, output, error, and the listing's own
 
 
+def test_the_shell_finds_ping_by_the_path_that_the_daemon_was_started_with(processes, peer, monkeypatch):
+    programs = Path("/tmp/programs")
+    programs.mkdir()
+    (programs / "ping").write_text("#!/bin/sh\n: > /tmp/found-by-path\n")
+    (programs / "ping").chmod(0o755)
+    monkeypatch.setenv("PATH", f"{programs}:{os.environ['PATH']}")
+    processes("ponmgrd")
+    peer.wait_for("/olt/get/all/ip")
+    peer.address(1)
+    wait_for(Path("/tmp/found-by-path").exists, 40, "the slot is probed by this program")
+
+
 def test_an_address_never_reaches_the_shell_as_anything_but_text(daemon, peer):
     peer.address(2, ip="127.0.1.2; touch /tmp/caught $(touch /tmp/caught) '`touch /tmp/caught`",
                  source="127.0.0.1")

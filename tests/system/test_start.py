@@ -3,8 +3,10 @@
 import signal
 import socket
 import time
+from datetime import datetime, timezone
 from pathlib import Path
 
+from support.card import GET_DOMAINS, REPORT_ALARM, Card, event
 from support.peer import COMMANDS, Peer
 from support.waiting import wait_for
 
@@ -103,10 +105,17 @@ def test_the_socket_file_lets_only_the_daemons_user_and_group_write(daemon, peer
 
 def test_arguments_and_environment_change_nothing(processes, peer, monkeypatch):
     monkeypatch.setenv("TMPDIR", "/nonexistent")
-    monkeypatch.setenv("TZ", "Asia/Tokyo")
+    monkeypatch.setenv("TZ", "NINE-9")  # nine hours east of Greenwich
     monkeypatch.setenv("LANG", "de_DE.UTF-8")
     process = processes("ponmgrd", "--help", "-x", "/nonexistent")
     peer.wait_for("/olt/get/all/ip")
+    inserted = Card(3, marked=True)
+    peer.address(3)
+    inserted.wait_for(GET_DOMAINS)
+    inserted.send_event(event(REPORT_ALARM, bytes.fromhex("05" "000db6000003" "0002" "11" "01" "01" "00")))
+    row, = peer.wait_for("/olt/alarm/new")["alarm_list"]
+    told = datetime.strptime(row["datetime"], "%d/%m/%Y %H:%M:%S").replace(tzinfo=timezone.utc)
+    assert abs((datetime.now(timezone.utc) - told).total_seconds()) < 60, "times are in UTC"
     assert process.is_running()
     assert process.texts() == []
 
