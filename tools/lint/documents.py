@@ -1,5 +1,5 @@
 """Documents tell the truth: the paths they name exist, every URI is documented and tested, and the
-statements on security are."""
+statements on security are tested, each in its row."""
 
 import re
 import subprocess
@@ -10,6 +10,11 @@ PATH = re.compile(r"`((?:src|corvane|sim|dbman|tests|tools|docs|cmake|packaging|
 LINK = re.compile(r"\]\(([^)#:]+)(?:#[^)]*)?\)")
 COMMENT = re.compile(r"//.*")
 URI = re.compile(r'"(/(?:olt|onu|slot)/[a-z_/]*)"')
+SECURITY = "docs/security.md"
+ROW = re.compile(r"^\| (?!Statement)([^-].*?) \| (.*) \|$", re.M)
+# Between the tables of a section: what their rows have in common.
+LEAD_IN = re.compile(r"[^.]*:")
+TABLE_HEAD = ("| Statement | Shown by |", "|---|---|")
 
 
 def files(*patterns):
@@ -43,23 +48,34 @@ def unknown_uris():
 
 
 def unproven_statements():
-    """Each row of docs/security.md names tests, and these exist."""
+    """Each row names tests, and these exist."""
     tests = texts("tests/*.cpp", "tests/*.py", "tests/*.txt")
-    for row in re.findall(r"^\| (?!Statement)([^-].*?) \| (.*) \|$", Path("docs/security.md").read_text(), re.M):
+    for row in ROW.findall(Path(SECURITY).read_text()):
         names = re.findall(r"`([\w.]+)`", row[1])
         if not names:
-            yield f"docs/security.md: nothing shows '{row[0]}'"
+            yield f"{SECURITY}: nothing shows '{row[0]}'"
         for name in names:
             if name.startswith("Fuzz.Replay."):
                 known = f"fuzz_{name.removeprefix('Fuzz.Replay.')} " in tests
             else:
                 known = re.search(r"\b" + name.replace(".", r",\s+") + r"\b", tests)
             if not known:
-                yield f"docs/security.md: there is no test {name}"
+                yield f"{SECURITY}: there is no test {name}"
+
+
+def loose_statements():
+    """What somebody can do stands in rows, where tests must be named."""
+    heading = ""
+    for number, line in enumerate(Path(SECURITY).read_text().splitlines(), 1):
+        if line.startswith("## "):
+            heading = line
+        elif heading.startswith("## Somebody who ") and line and not (
+                line in TABLE_HEAD or ROW.fullmatch(line) or LEAD_IN.fullmatch(line)):
+            yield f"{SECURITY}:{number}: neither a row nor a lead-in that ends in ':': '{line}'"
 
 
 def main():
-    found = [*missing_paths(), *unknown_uris(), *unproven_statements()]
+    found = [*missing_paths(), *unknown_uris(), *unproven_statements(), *loose_statements()]
     print("\n".join(found), end="\n" if found else "")
     return 1 if found else 0
 
