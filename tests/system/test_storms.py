@@ -144,13 +144,13 @@ def test_short_datagrams_of_a_card_stop_the_slots_no_longer_than_they_come(storm
 @pytest.mark.long
 @pytest.mark.timeout(400)
 def test_short_datagrams_for_longer_than_three_tries_stop_all_slots_and_lose_their_events(storm):
-    """By their end most slots have asked their cards for the domains in vain; these cards are reset then."""
+    """By their end the slots have mostly asked for the domains in vain; such a card is reset then."""
     sender = flooding(300, "--rate", "1000", "--frames", "short", sources=(CARD,))
     storm.daemon.wait_for_line(TOO_SHORT)
     during, alarms = Journal(), 300
     added = control("fault", "add", "event-burst", "--card", "all", "--rate", "10", "--count",
                     str(alarms))["fault"]
-    wait_for(lambda: storm.daemon.count(UNANSWERED) >= 8, 150, "eight requests are given up")
+    wait_for(lambda: storm.daemon.count(UNANSWERED) >= 6, 150, "six requests are given up")
     fault, = (row for row in control("fault", "list")["faults"] if row["fault"] == added)
     assert (fault["state"], fault["hits"]) == ("ended", alarms)
     assert len(during.requests(WITNESS)) < 8, "it is asked once a second else"
