@@ -1,4 +1,5 @@
-// Readings of optical modules, for every raw value that a card can send.
+// Readings of optical modules. In a diagnosis they are words. In a statistic a card can send 64
+// bits; what no int holds is refused.
 
 #include <gtest/gtest.h>
 
@@ -6,6 +7,8 @@
 #include <cctype>
 #include <climits>
 #include <cmath>
+#include <cstdint>
+#include <stdexcept>
 #include <string>
 
 #include "Property.h"
@@ -51,6 +54,15 @@ double reading(const Conversion& conversion, std::uint64_t raw) {
 std::string said(const Conversion& conversion, std::uint64_t raw) {
     return std::string(conversion.name) + " of " + std::to_string(raw) + " is shown as '" +
            shown(conversion, raw) + "'";
+}
+
+bool isRefused(const Conversion& conversion, std::uint64_t raw) {
+    try {
+        (void)shown(conversion, raw);
+    } catch (const std::out_of_range&) {
+        return true;
+    }
+    return false;
 }
 
 /// Digits, perhaps behind a minus sign, with one point among them and two decimals behind it; fewer
@@ -110,6 +122,18 @@ TEST(OpticalProperties, AReadingIsWithinARoundingOfItsExactValue) {
             const double exact = conversion.exact(static_cast<double>(raw));
             require(std::abs(reading(conversion, raw) - exact) <= kRounding,
                     said(conversion, raw) + ", exactly " + std::to_string(exact));
+        }
+    });
+}
+
+TEST(OpticalProperties, ARawValueThatNoIntHoldsIsRefused) {
+    inRandomCases(kCases, [] {
+        constexpr std::uint64_t kLeast = std::uint64_t{INT_MAX} + 1;
+        const auto raw =
+            anyNumber("raw value", kLeast, any<bool>("32 bits") ? UINT32_MAX : UINT64_MAX - 1);
+        for (const auto& conversion : kConversions) {
+            require(isRefused(conversion, raw),
+                    std::string(conversion.name) + " of " + std::to_string(raw) + " is shown");
         }
     });
 }
