@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <utility>
@@ -68,9 +69,22 @@ public:
         return ask(add, payload);
     }
 
+    /// The datagram that answers the request at once.
+    Bytes answerTo(std::span<const std::uint8_t> request) {
+        const auto dropped = chassis.receive(card(), kManager, request);
+        require(dropped.empty(), "the card takes the request");
+        return takeSent();
+    }
+
+    /// The ids of all answers and events that the daemon's parsers have heard in this process.
+    static std::set<std::uint16_t>& heardIds() {
+        static std::set<std::uint16_t> ids;
+        return ids;
+    }
+
     /// What the daemon makes of the only event that was sent since the last call.
     std::unique_ptr<Container> event() {
-        const auto message = takeSent();
+        const auto message = received(takeSent());
         if (message->getHasSequence()) {
             requireEqual(message->getSequence(), card().lastSequence, "the sequence");
         }
@@ -98,20 +112,21 @@ private:
         };
     }
 
-    std::unique_ptr<TKMessage> takeSent() {
-        requireEqual(sent.size(), 1, "datagrams sent");
-        const Bytes datagram = std::exchange(sent, {}).front();
-        require(datagram.size() <= 1500, "a datagram has at most 1500 bytes");
+    Bytes takeSent() {
+        const auto datagrams = std::exchange(sent, {});
+        requireEqual(datagrams.size(), 1, "datagrams sent");
+        require(datagrams.front().size() <= 1500, "a datagram has at most 1500 bytes");
+        return datagrams.front();
+    }
+
+    static std::unique_ptr<TKMessage> received(const Bytes& datagram) {
         return std::make_unique<TKMessage>(datagram.data(),
                                            static_cast<std::uint16_t>(datagram.size()));
     }
 
     std::unique_ptr<Container> answer() {
         const auto& request = *requests.getAll().front();
-        const auto dropped =
-            chassis.receive(card(), kManager, {request.getMessage(), request.getSize()});
-        require(dropped.empty(), "the card takes the request");
-        const auto message = takeSent();
+        const auto message = received(answerTo({request.getMessage(), request.getSize()}));
         requireEqual(message->getId(), request.getId(), "the answer's id");
         requireEqual(message->getCtag(), request.getCtag(), "the answer's ctag");
         return parsed(*message);
@@ -119,6 +134,7 @@ private:
 
     static std::unique_ptr<Container> parsed(const TKMessage& message) {
         requireEqual(message.getLength(), message.getSize() - 6U, "the length field");
+        heardIds().insert(message.getId());
         return ResponseMessage(std::chrono::milliseconds(0)).parseMessage(&message);
     }
 
