@@ -18,12 +18,16 @@ using ponmgr::fuzz::require;
 
 namespace {
 
-/// Takes the text, prints, takes what was printed, prints again. A refused text changes nothing.
+constexpr const char* kUnchanged = "a refused text changes nothing";
+
+/// Takes the text, prints, takes what was printed, prints again.
 template <typename Record>
 void roundTrip(Record& record, const std::string& text) {
+    const std::string before = record.getJsonData();
     try {
         record.setJsonData(text);
     } catch (const ponmgr::Exception&) {
+        require(record.getJsonData() == before, kUnchanged);
     }
     const std::string printed = record.getJsonData();
     record.setJsonData(printed);
@@ -31,9 +35,11 @@ void roundTrip(Record& record, const std::string& text) {
 }
 
 void roundTripWithId(ponmgr::Container& record, const std::string& text) {
+    const std::string before = record.getJsonFile();
     try {
         record.setJsonData(text, true);
     } catch (const ponmgr::Exception&) {
+        require(record.getJsonFile() == before, kUnchanged);
     }
     ponmgr::fuzz::requireRoundTrip(record);
 }
