@@ -1,32 +1,41 @@
 // The door of the database manager: one message through envelope, task and the routing to a slot,
-// and carried out there before a silent card.
+// and carried out there. Behind two bytes FF stands what the slot's card says meanwhile, and in a
+// pass before and after it; without them the card is silent.
 
-#include <chrono>
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <iterator>
+#include <span>
 #include <stdexcept>
 #include <string>
 
+#include "FuzzedSlot.h"
 #include "Require.h"
-#include "SilentTransport.h"
+#include "Script.h"
 #include "app/Exception.h"
 #include "app/Manager.h"
 #include "ipc/APIData.h"
-#include "ipc/IPCWorker.h"
 
 using ponmgr::fuzz::require;
 
 namespace {
 
-/// One try that doesn't wait.
-constexpr ponmgr::PONCardTiming kTiming{
-    .exchange = {.responseTime = std::chrono::milliseconds(0),
-                 .clockStep = std::chrono::milliseconds(1),
-                 .tries = 1},
-    .acceptedLaterPause = std::chrono::milliseconds(0),
-    .passPause = std::chrono::milliseconds(0),
+constexpr std::uint8_t kSeparator[] = {0xFF, 0xFF};
+
+struct Input {
+    std::string message;
+    std::span<const std::uint8_t> said;
 };
+
+Input split(std::span<const std::uint8_t> input) {
+    const auto separator =
+        std::search(input.begin(), input.end(), std::begin(kSeparator), std::end(kSeparator));
+    const auto length = static_cast<std::size_t>(separator - input.begin());
+    const auto end = std::min(length + std::size(kSeparator), input.size());
+    return {std::string(input.begin(), separator), input.subspan(end)};
+}
 
 /// What was read prints to what reads the same again.
 void requireSameAgain(ponmgr::APIData& message) {
@@ -40,7 +49,8 @@ void requireSameAgain(ponmgr::APIData& message) {
 }
 
 /// Routes the message as the receive thread does. Whether it was queued on exactly one slot.
-bool route(ponmgr::Manager& manager, ponmgr::APIData& message) {
+bool route(ponmgr::APIData& message) {
+    ponmgr::Manager manager;
     try {
         manager.handlerApiRequest(&message);
     } catch (const std::logic_error&) {
@@ -54,42 +64,52 @@ bool route(ponmgr::Manager& manager, ponmgr::APIData& message) {
     return queued == 1;
 }
 
-void carryOut(ponmgr::APIData& message) {
-    ponmgr::fuzz::SilentTransport transport;
-    ponmgr::PONCardTask slot(kTiming);
-    slot.getHelper().start(&transport, "3");
-    slot.getHelper().setOltIpAddress("127.0.1.3");
-    auto task = std::make_unique<ponmgr::PMTask>();
-    task->parseTask(&message);
-    if (task->getTask() == "/olt/src_ip") {
-        return;  // it opens the shared socket, which here isn't there
+/// Whether the text is a message that a slot carries out.
+bool readCommand(const std::string& text, ponmgr::APIData& message) {
+    try {
+        message.parseRequest(text.data(), static_cast<int>(text.size()));
+    } catch (const ponmgr::Exception&) {
+        return false;
     }
-    slot.addTask(std::move(task));
-    slot.runTaskPass();
-    require(slot.getTaskCount() == 0, "a command is carried out once");
-    while (ponmgr::IPCWorker::getInstance()->takeNotification()) {
-    }
+    requireSameAgain(message);
+    return route(message);
+}
+
+/// Were what the card says lost, this program would find nothing in it.
+void requireThatTheCardIsHeard() {
+    constexpr std::uint8_t kInformationSize = 91;
+    constexpr std::size_t kProductCode = 2 + 11;
+    std::array<std::uint8_t, 2 + kInformationSize> said{0x01, kInformationSize};
+    said[kProductCode] = 0x37;
+    said[kProductCode + 1] = 0x23;
+    ponmgr::fuzz::Script script(said);
+    ponmgr::fuzz::FuzzedSlot slot(script);
+    slot.bringUp();
+    require(slot.isIdentified(), "the card's answers arrive");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     ponmgr::fuzz::silenceOutput();
+    requireThatTheCardIsHeard();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
+    const Input input = split(std::span(data, size));
     ponmgr::APIData message;
-    try {
-        message.parseRequest(text.data(), static_cast<int>(text.size()));
-    } catch (const ponmgr::Exception&) {
+    const bool isCommand = readCommand(input.message, message);
+    if (!isCommand && input.said.empty()) {
         return 0;
     }
-    requireSameAgain(message);
-    ponmgr::Manager manager;
-    if (route(manager, message)) {
-        carryOut(message);
+    ponmgr::fuzz::Script script(input.said);
+    ponmgr::fuzz::FuzzedSlot slot(script);
+    slot.bringUp();
+    if (isCommand) {
+        slot.carryOut(message);
     }
+    slot.pass();
+    slot.requireReports();
     return 0;
 }
