@@ -6,12 +6,19 @@
 #include <cstdio>
 #include <ctime>
 
+#include "sim/CardRequests.h"
 #include "sim/RequestNames.h"
 #include "sim/Wire.h"
 
 namespace ponmgr::sim {
 
 namespace {
+
+/// Of a request that a card knows, and of its answer; null for all else.
+Json purposeOf(std::uint16_t messageId) {
+    const auto* const request = findCardRequest(messageId);
+    return request == nullptr ? Json() : Json(request->purpose == Purpose::sets ? "sets" : "asks");
+}
 
 void addHeader(const JournalEntry& entry, Json& row) {
     Reader reader(entry.bytes);
@@ -20,11 +27,13 @@ void addHeader(const JournalEntry& entry, Json& row) {
     if (reader.failed()) {
         row["id"] = nullptr;
         row["name"] = nullptr;
+        row["purpose"] = nullptr;
         row["ctag"] = nullptr;
         return;
     }
     row["id"] = messageId;
     row["name"] = nameOfMessage(messageId);
+    row["purpose"] = purposeOf(messageId);
     row["ctag"] = ctag;
 }
 

@@ -13,19 +13,36 @@ TEST_F(JournalVerbsTest, ShowsADatagramWithAllThatIsKnownOfIt) {
     askCard();
     auto entry = journal().at(0);
     entry.erase("wall");
-    EXPECT_EQ(
-        entry.dump(),
-        R"({"number":1,"time_ns":0,"card":1,"direction":"in","local":"127.0.1.1:14113",)"
-        R"("peer":"127.0.0.1:14113","id":7,"name":"Get OLT Information","ctag":1,)"
-        R"("size":6,"hex":"000700010000","card_hex":"000700020000","faults":[1],"dropped":null})");
+    EXPECT_EQ(entry.dump(),
+              R"({"number":1,"time_ns":0,"card":1,"direction":"in","local":"127.0.1.1:14113",)"
+              R"("peer":"127.0.0.1:14113","id":7,"name":"Get OLT Information","purpose":"asks",)"
+              R"("ctag":1,"size":6,"hex":"000700010000","card_hex":"000700020000","faults":[1],)"
+              R"("dropped":null})");
 }
 
 TEST_F(JournalVerbsTest, ShowsWhatIsTooShortForAHeader) {
     wire->path().receive(1, card(1).address, kManager, bytesOf("0007"));
     const auto entry = journal().at(0);
     EXPECT_TRUE(entry.at("id").is_null());
+    EXPECT_TRUE(entry.at("purpose").is_null());
     EXPECT_TRUE(entry.at("ctag").is_null());
     EXPECT_EQ(entry.at("dropped"), "shorter than a header");
+}
+
+TEST_F(JournalVerbsTest, TellsRequestsThatSetFromThoseThatAsk) {
+    struct Case {
+        const char* frame;
+        Json purpose;
+    };
+    // Disable OLT, Get OLT NVS Enabled, an id that no card knows, and an event
+    const Case cases[] = {{"000900010000", "sets"},
+                          {"012d00020000", "asks"},
+                          {"000200030000", nullptr},
+                          {"801a00040000", nullptr}};
+    for (const auto& one : cases) {
+        wire->path().receive(1, card(1).address, kManager, bytesOf(one.frame));
+        EXPECT_EQ(journal(R"(,"last":1)").at(0).at("purpose"), one.purpose) << one.frame;
+    }
 }
 
 std::vector<int> numbersOf(const Json& entries) {
