@@ -1,5 +1,8 @@
 """What the tests of faults make of the simulator's journal, with journals made up by hand."""
 
+import pytest
+
+from support.restarted import disturbing
 from support.vlan_commands import commands_told, complaints_about
 
 SECOND = 1_000_000_000
@@ -72,3 +75,32 @@ def test_what_is_altered_dropped_or_only_pretended_is_not_carried_out():
     for other in ({"card_hex": "00"}, {"dropped": "drop"}, {"faults": [PRETEND]}):
         told = commands_told([request(101, 7, 0, **other)])
         assert not told[0].was_carried_out(PRETEND)
+
+
+def datagram(name, payload="", purpose="sets", direction="in"):
+    return {"name": name, "hex": "0000" "0000" "0000" + payload, "purpose": purpose, "direction": direction}
+
+
+CLEAR, DELETE = "Clear All Provisioning for Logical Link", "Delete Queue SLA"
+ABSENT, PATHS = {"00:0d:b6:01:00:01"}, [{"id": 9, "usage_count": 2}, {"id": 20, "usage_count": 3},
+                                        {"id": 0x2000, "usage_count": 0}]
+
+
+@pytest.mark.parametrize("entry", [
+    datagram("Get All Paths", purpose="asks"), datagram("Enable Link"), datagram("Set Queue SLA"),
+    datagram(CLEAR, "000db6010001"), datagram(DELETE, "00090000"), datagram(DELETE, "000a0000"),
+    datagram("Enable OLT", direction="out"),
+])
+def test_a_card_in_service_may_be_asked_and_told_this(entry):
+    assert disturbing([entry], True, ABSENT, PATHS) == []
+
+
+@pytest.mark.parametrize("in_service, name, payload, purpose", [
+    (True, "Enable OLT", "", "sets"), (True, "Set OLT rule", "05", "sets"), (True, "Set Domain Rules", "", "sets"),
+    (True, "Set OLT Bridging Configuration", "", "sets"), (True, CLEAR, "000db6010002", "sets"),
+    (True, DELETE, "00140000", "sets"), (True, DELETE, "20000000", "sets"), (True, "unknown", "", None),
+    (False, "Enable Link", "", "sets"),
+])
+def test_whatever_else_a_card_is_told_is_noticed(in_service, name, payload, purpose):
+    entries = [datagram(CLEAR, "000db6010001"), datagram(name, payload, purpose)]
+    assert disturbing(entries, in_service, ABSENT, PATHS) == [(name, payload)]
