@@ -9,6 +9,7 @@ from collections import Counter, namedtuple
 from datetime import datetime
 
 from . import recovery
+from .measures import repeated
 from .product import ask, control, truth
 from .product import inventory as inventory_by
 from .simulator import datagrams, journal_since, request
@@ -52,6 +53,12 @@ KINDS = {
     "pretend": Kind((), NOTHING, RESET),
 }
 
+# By them the daemon loses datagrams, gets them late, or gets more of them; none tells it something else.
+LOSING = ("drop", "delay", "reorder", "wrong-ctag", "wrong-id", "mute", "wrong-port", "late", "event-burst")
+# A fault that lasts no longer leaves every exchange its last try at least: the card isn't taken for one that has
+# lost its configuration, and nothing is given up.
+LEAVES_A_TRY = (recovery.TRIES - 1) * recovery.TRY
+
 FIRST_EVENT = 0x8000
 VLANS_DURING, VLAN_AFTER = [101, 102, 103], 104
 # What the daemon prints when the card refuses an ONU's VLAN, and when it doesn't answer.
@@ -88,14 +95,18 @@ def journal(slot, name, direction, last=None):
 class Slot:
     """One slot with faults: which, what they may leave wrong, and how it is repaired."""
 
-    def __init__(self, number, kinds):
+    def __init__(self, number, kinds, duration):
         self.number = number
         self.kinds = kinds
         rows = [KINDS[kind] for kind in kinds]
         self.wrong = max(row.wrong for row in rows)
         self.repair = max((row.repair for row in rows if row.repair), key=lambda way: way[1],
                           default=None)
-        self.limit = recovery.RESTART + sum(row.lingers for row in rows)
+        # One that is alone hits for certain, so that it can end by itself, to the moment.
+        by_itself = len(kinds) == 1 and kinds[0] in LOSING and duration <= LEAVES_A_TRY
+        self.lasts = duration if by_itself else None
+        self.limit = (recovery.WIRE if by_itself else recovery.RESTART) + sum(row.lingers for row in rows)
+        self.ended_at = None  # on the simulator's clock
         self.staying, self.leaving, self.coming = (self.onu(index) for index in ("0/0", "0/1", "1/1"))
         self.staying_mac, self.leaving_mac = (control("onu", onu, "get")["mac"]
                                               for onu in (self.staying, self.leaving))
@@ -107,15 +118,24 @@ class Slot:
 
     def begin(self):
         """The faults, and what is to happen while they last."""
+        lasting = ("--for", f"{self.lasts}s") if self.lasts else ()
         for kind in self.kinds:
             shared = SHARED if kind in SWALLOWING and len(self.kinds) > 1 else ()
-            added = control("fault", "add", kind, "--card", str(self.number), *KINDS[kind].options, *shared)
+            added = control("fault", "add", kind, "--card", str(self.number), *KINDS[kind].options, *shared,
+                            *lasting)
             self.faults[kind] = added["fault"]
         self.since = datagrams()
         for vlan in VLANS_DURING:
             self.command(vlan)
         control("onu", self.leaving, "unplug")
         control("onu", self.coming, "plug")
+
+    def note_end(self, removed_at):
+        """When its faults have ended: when they were removed, or so long after the first datagram behind their
+        beginning."""
+        first, = request(verb="journal", card=self.number, after=self.since, last=1)["entries"]
+        by_itself = seconds(first) + self.lasts if self.lasts else removed_at
+        self.ended_at = min(by_itself, removed_at)
 
     def command(self, vlan):
         ask("dbman", "onu", "vlan", self.staying_mac, str(vlan), "--slot", str(self.number))
@@ -176,11 +196,13 @@ def simulator_clock():
 
 
 class Round:
-    """Plays faults on slots of a chassis that is in service; `kinds` by slot, several at once each."""
+    """Plays faults on slots of a chassis that is in service, for so many seconds; `kinds` by slot, several at
+    once each."""
 
-    def __init__(self, daemon, kinds, clean):
+    def __init__(self, daemon, kinds, clean, duration):
         self.daemon = daemon
-        self.slots = [Slot(slot, names) for slot, names in kinds.items()]
+        self.duration = duration
+        self.slots = [Slot(slot, names, duration) for slot, names in kinds.items()]
         self.clean = clean
         self.clean_since = datagrams()
         self.began = simulator_clock()
@@ -191,19 +213,22 @@ class Round:
             control("onu", slot.coming, "unplug")
         wait_for(lambda: inventory() == truth(), 30, "the ONUs that were unplugged are off-line", 0.3)
 
-    def play(self, duration):
-        """All faults for so many seconds, and until each has hit, with all that is to happen meanwhile."""
+    def play(self):
+        """All faults for their time, and until each has hit, with all that is to happen meanwhile."""
         self.lines_before = len(self.daemon.texts())
         for slot in self.slots:
             slot.begin()
         began = simulator_clock()
         self.change_behind_the_clean_card()
-        wait_for(lambda: simulator_clock() - began >= duration, duration + 60, "the time is over", 0.3)
+        wait_for(lambda: simulator_clock() - began >= self.duration, self.duration + 60, "the time is over",
+                 0.3)
         wait_for(lambda: not any(slot.kinds_without_effect() for slot in self.slots), HIT_LIMIT,
                  lambda: "every fault has hit; there are without effect: " +
                          str({slot.kinds: slot.kinds_without_effect() for slot in self.slots}), 0.3)
         control("fault", "remove", "all")
-        self.ended_at = simulator_clock()
+        removed_at = simulator_clock()
+        for slot in self.slots:
+            slot.note_end(removed_at)
 
     def change_behind_the_clean_card(self):
         for vlan in VLANS_DURING:
@@ -257,7 +282,8 @@ class Round:
     def recover(self):
         """After the faults: right again by itself, and wholly right once it is repaired."""
         limits = {slot: slot.limit for slot in self.slots}
-        took = self.wait_until_right(self.slots, limits, dict.fromkeys(self.slots, self.ended_at), False)
+        ends = {slot: slot.ended_at for slot in self.slots}
+        took = self.wait_until_right(self.slots, limits, ends, False)
         assert len(took) == len(self.slots), self.picture(took)
         self.check_commands()
         since = simulator_clock()
@@ -268,7 +294,7 @@ class Round:
         self.check_command_after()
         assert self.daemon.is_running()
         for slot in self.slots:
-            print(f"{'+'.join(slot.kinds)}: right after {took[slot]:.1f} s, "
+            print(f"{'+'.join(slot.kinds)}: right after {took[slot]:.1f} s of {slot.limit}, "
                   f"{slot.repair and slot.repair[0]} after {repaired[slot]:.1f} s")
 
     def repair(self, slots):
@@ -320,7 +346,10 @@ class Round:
             assert printed >= len(wanted), f"{len(wanted)} commands are {outcome}, {printed} lines say so: {wanted}"
 
     def check_the_clean_card(self):
-        """Its questions came in their period, from the beginning to now; its commands were done at once."""
+        """Its questions came in their period, from the beginning to now, and none had to be sent again; its
+        commands were done at once."""
+        requests = [entry for entry in journal_since(self.clean_since, self.clean) if entry["direction"] == "in"]
+        assert requests and repeated(requests) == []
         asked = journal(self.clean, "Get OAM Extension Set Support", "in")
         times = [self.began, *(seconds(entry) for entry in asked if seconds(entry) > self.began),
                  simulator_clock()]
