@@ -18,7 +18,7 @@ from support.measures import (Journal, bytes_waiting_at, dropped_at, periods, re
                               resting_descriptors)
 from support.process import Process, halted
 from support.product import agree, ask, control, inventory, truth, wait_for_agreement
-from support.simulator import datagrams, journal_since
+from support.simulator import datagrams, journal_since, request
 from support.waiting import wait_for
 
 LONG = (pytest.mark.long, pytest.mark.timeout(400))
@@ -212,8 +212,17 @@ def test_old_answers_and_answers_that_come_a_thousand_times_delay_nobody(storm):
 
 # --- events ---
 
-@pytest.mark.parametrize("seconds", [5, pytest.param(60, marks=LONG)])
-def test_every_alarm_of_a_storm_is_reported_or_counted_as_lost(storm, seconds):
+def rate_of(fault):
+    """How many datagrams a second a fault has sent, from its first to its last."""
+    first, = request(verb="journal", fault=fault, after=0, last=1)["entries"]
+    last, = request(verb="journal", fault=fault, last=1)["entries"]
+    hits = next(row["hits"] for row in control("fault", "list")["faults"] if row["fault"] == fault)
+    return (hits - 1) / ((last["time_ns"] - first["time_ns"]) / 1e9)
+
+
+@pytest.mark.parametrize("seconds, rate", [(5, 450), pytest.param(60, 900, marks=LONG)])
+def test_every_alarm_of_a_storm_is_reported_or_counted_as_lost(storm, seconds, rate):
+    """A thousand come in a second; the rate that must be reached is a half where other tests run beside."""
     sent = 1000 * seconds
     fault = control("fault", "add", "event-burst", "--card", VICTIM, "--rate", "1000", "--count",
                     str(sent))["fault"]
@@ -223,6 +232,7 @@ def test_every_alarm_of_a_storm_is_reported_or_counted_as_lost(storm, seconds):
         return row["state"] == "ended" and row["hits"] == sent
 
     wait_for(ended, seconds * 2 + 30)
+    assert rate_of(fault) >= rate
     wait_for(lambda: reported() + counted_as_lost(storm.daemon) + storm.dropped() == sent, 60,
              lambda: f"{sent} were sent, {reported()} are reported, {counted_as_lost(storm.daemon)} are "
                      f"counted in the log and {storm.dropped()} by the kernel")
