@@ -1,5 +1,6 @@
 """Every test runs in a forked process with namespaces of its own (pytest --forked), so all of them can
-run side by side. The output of the product's processes is shown when a test fails."""
+run side by side. The output of the product's processes is shown when a test fails, and it fails when one of them
+ended by itself, or said that it is broken."""
 
 import os
 import sys
@@ -12,6 +13,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parent))
 
 from support import namespace  # noqa: E402
 from support.card import Card  # noqa: E402
+from support.endings import ending_well  # noqa: E402
 from support.peer import Peer  # noqa: E402
 from support.process import Process  # noqa: E402
 from support.product import BUILD, chassis, program  # noqa: E402, F401
@@ -24,18 +26,15 @@ def private_namespace():
 
 @pytest.fixture
 def processes():
-    """Starts processes of the product; ends them, and shows their output, when the test ends."""
-    started = []
+    """Starts processes of the product; when the test ends, ends them and looks at how they ended."""
+    with ending_well() as started:
 
-    def start(name, *arguments):
-        process = Process(name, [program(name), *arguments])
-        started.append(process)
-        return process
+        def start(name, *arguments):
+            process = Process(name, [program(name), *arguments])
+            started.append(process)
+            return process
 
-    yield start
-    for process in reversed(started):
-        status = process.stop()
-        print(f"--- {process.name} ended with {status}; its output:\n{process.output()}")
+        yield start
 
 
 @pytest.fixture

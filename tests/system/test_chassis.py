@@ -2,26 +2,20 @@
 
 import pytest
 
-from support.process import Process
-from support.product import control, program
+from support.product import control
 from support.waiting import wait_for
 
 
 @pytest.fixture
-def chassis(daemon, peer):
+def chassis(processes, daemon, peer):
     """Starts a chassis and gives the daemon its addresses."""
-    started = []
 
     def start(*options, slots=range(1, 9)):
-        started.append(Process("chassis-sim", [program("chassis-sim"), *options]))
-        started[0].wait_for_line("chassis-sim ready")
+        processes("chassis-sim", *options).wait_for_line("chassis-sim ready")
         for slot in slots:
             peer.address(slot)
 
-    yield start
-    for process in started:
-        process.stop()
-        print("\n".join(process.texts()[-20:]))
+    return start
 
 
 def last_reports(peer):

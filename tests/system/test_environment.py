@@ -21,7 +21,7 @@ from support.clock import WallClock
 from support.measures import Journal, dropped_at, repeated, resident, resting_descriptors
 from support.measures import descriptors as open_descriptors
 from support.process import Process, halted
-from support.product import agree, ask, control, inventory, program, wait_for_agreement, wait_in_service
+from support.product import agree, ask, control, inventory, wait_for_agreement, wait_in_service
 from support.simulator import datagrams, journal_since, request
 from support.vlan_commands import commands_told
 from support.waiting import wait_for
@@ -201,14 +201,14 @@ def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chas
     assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == descriptors
 
 
-def test_a_database_manager_killed_in_a_storm_gets_what_comes_after_its_restart(chassis):
+def test_a_database_manager_killed_in_a_storm_gets_what_comes_after_its_restart(chassis, processes):
     _, manager, daemon = chassis("1,2", "--onus", "2", "--configured")
     burst(500, 6)
     wait_for(lambda: reported() > 200, 30)
     os.kill(manager.pid, signal.SIGKILL)
     manager.wait_for_end()
     daemon.wait_for_line("nobody listens there", 30)
-    again = Process("dbman", [program("dbman"), "serve"])
+    again = processes("dbman", "serve")
     again.wait_for_line("dbman ready")
     wait_for_bursts_end(60)
     ask("dbman", "slot", "announce", "all")

@@ -8,9 +8,9 @@ import signal
 import socket
 from pathlib import Path
 
-from support.process import Process
-from support.product import (ask, control, inventory, program, wait_for_agreement,
-                             wait_in_service)
+from support.product import ask, control, inventory, wait_for_agreement, wait_in_service
+from support.restarted import disturbing
+from support.simulator import datagrams, journal_since
 from support.waiting import wait_for
 
 SLOTS = ("1", "2")
@@ -66,7 +66,7 @@ def fill_the_daemons_queue():
             pass
 
 
-def test_a_killed_database_manager_keeps_its_inventory_and_learns_what_it_has_missed(chassis):
+def test_a_killed_database_manager_keeps_its_inventory_and_learns_what_it_has_missed(chassis, processes):
     _, manager, daemon = chassis("1,2", "--onus", "4", "--configured")
     settings, in_service = cards_settings(), onus()
     control("onu", "1/1/2", "unplug")
@@ -78,7 +78,7 @@ def test_a_killed_database_manager_keeps_its_inventory_and_learns_what_it_has_mi
     control("onu", "1/1/2", "plug")
     wait_for(lambda: not control("onu", "2/0/1", "get")["known"])
     wait_in_service()
-    again = Process("dbman", [program("dbman"), "serve"])
+    again = processes("dbman", "serve")
     again.wait_for_line("a daemon runs already; it is to report everything anew")
     assert daemon.is_running()
     wait_for_agreement(60)
@@ -112,9 +112,11 @@ def test_a_killed_daemon_configures_nothing_anew_and_disturbs_no_onu(chassis, pr
     settings, in_service = cards_settings(), onus()
     kill(daemon)
     assert onus() == in_service
+    since = datagrams()
     again = processes("ponmgrd")
     wait_for(lambda: inventory()[0] == set(), 20)
     wait_for_agreement(60)
     assert onus() == in_service
     assert cards_settings() == settings
+    assert [disturbing(journal_since(since, slot), True, set(), []) for slot in (1, 2)] == [[], []]
     assert again.is_running()

@@ -8,7 +8,6 @@ from pathlib import Path
 
 import pytest
 
-from support.process import Process
 from support.product import (SCENARIOS, ask, control, inventory, program, truth, wait_for_agreement,
                              wait_in_service)
 from support.waiting import wait_for
@@ -132,12 +131,12 @@ def test_an_onu_without_power_is_shown_off_line_by_its_dying_gasp(chassis):
     wait_for_agreement()
 
 
-def test_a_configured_card_has_all_that_the_daemon_sets(chassis):
+def test_a_configured_card_has_all_that_the_daemon_sets(chassis, processes):
     chassis("1,2", "--onus", "1", "--reset-time", "0")
     set_by_daemon = control("card", "1", "get")
     onu_by_daemon = control("onu", "1/0/0", "get")
-    Process("chassis-sim", [program("chassis-sim"), "--slots", "1,2", "--base", "127.0.2.0", "--onus",
-                            "1", "--seed", "1", "--configured", "--control", "/tmp/other.ctl"])
+    processes("chassis-sim", "--slots", "1,2", "--base", "127.0.2.0", "--onus", "1", "--seed", "1", "--configured",
+              "--control", "/tmp/other.ctl")
     wait_for(lambda: subprocess.run([program("chassis-sim"), "ctl", "list", "--control",
                                      "/tmp/other.ctl"], capture_output=True).returncode == 0)
     configured = control("card", "1", "get", "--control", "/tmp/other.ctl")
@@ -165,9 +164,8 @@ def test_the_simulator_ends_with_its_scenario_on_request(failing, status):
 
 
 @pytest.mark.parametrize("name", ["quiet-day", "bad-day", "fibre-cut"])
-def test_shipped_scenarios_have_no_mistake(name):
+def test_shipped_scenarios_have_no_mistake(name, processes):
     scenario = str(SCENARIOS / f"{name}.jsonl")
-    simulator = Process("chassis-sim", [program("chassis-sim"), "--onus", "4", "--scenario", scenario])
+    simulator = processes("chassis-sim", "--onus", "4", "--scenario", scenario)
     simulator.wait_for_line("chassis-sim ready")
     assert control("scenario", "status")["scenario"] == f"{name}.jsonl"
-    simulator.stop()

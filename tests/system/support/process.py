@@ -41,6 +41,9 @@ class Process:
     def __init__(self, name, command, lines=None, own_session=False):
         self.name = name
         self.lines = [] if lines is None else lines
+        # Whether somebody has waited for its end, and whether that was to be by an uncaught exception.
+        self.awaited = False
+        self.may_terminate = False
         self.process = subprocess.Popen(
             [str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
@@ -81,9 +84,17 @@ class Process:
                         lambda: f"{self.name} prints {part!r}; it printed:\n" + self.output())
 
     def wait_for_end(self, limit=30.0):
+        """Its status, once it has ended and all that it has printed is there."""
         status = self.process.wait(limit)
+        self.awaited = True
         self.reader.join(limit)
         return status
+
+    def wait_for_termination(self, limit=30.0):
+        """Its end by an exception that nobody catches, which the test is about."""
+        self.may_terminate = True
+        status = self.wait_for_end(limit)
+        assert status == -signal.SIGABRT, f"{self.name} ended with {status}:\n{self.output()}"
 
     def is_running(self):
         return self.process.poll() is None

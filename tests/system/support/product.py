@@ -9,7 +9,6 @@ from pathlib import Path
 
 import pytest
 
-from .process import Process
 from .simulator import request
 from .waiting import wait_for
 
@@ -79,26 +78,19 @@ Started = namedtuple("Started", ["simulator", "manager", "daemon"])
 def chassis(processes, monkeypatch):
     """Starts a chassis, the database manager and the daemon, and waits until they agree; gives the three
     processes."""
-    started = []
     monkeypatch.setenv("XDG_STATE_HOME", "/tmp/state")
 
     def start(slots, *options, agree=True, manager=(), before=()):
         """`options` are the simulator's, `manager` are dbman's; `before` are the words of a program that
         starts the daemon."""
-        simulator = Process("chassis-sim", [program("chassis-sim"), "--slots", slots, "--seed", "1",
-                                            *options])
-        started.append(simulator)
+        simulator = processes("chassis-sim", "--slots", slots, "--seed", "1", *options)
         simulator.wait_for_line("chassis-sim ready")
-        started.append(Process("dbman", [program("dbman"), "serve", "--slots", slots,
-                                         *manager]))
-        started[1].wait_for_line("dbman ready")
+        database = processes("dbman", "serve", "--slots", slots, *manager)
+        database.wait_for_line("dbman ready")
         daemon = processes(*before, program("ponmgrd"))
         if agree:
             wait_in_service()
             wait_for_agreement()
-        return Started(simulator, started[1], daemon)
+        return Started(simulator, database, daemon)
 
-    yield start
-    for process in reversed(started):
-        process.stop()
-        print(f"--- {process.name}:\n" + "\n".join(process.texts()[-30:]))
+    return start
