@@ -123,3 +123,11 @@ def test_nobody_listens_on_the_cards_port_before_an_address_is_given(daemon, pee
     peer.wait_for("/onu/set/all/offline", 2)
     probe = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
     probe.bind(("127.0.0.1", 14113))  # would fail if the daemon had it
+
+
+def test_the_loader_reads_the_environment_that_the_daemon_was_started_with(processes, peer, monkeypatch):
+    # a library that the daemon has no use for
+    monkeypatch.setenv("LD_PRELOAD", "libsqlite3.so.0")
+    daemon = processes("ponmgrd")
+    peer.wait_for("/olt/get/all/ip")
+    assert "libsqlite3.so.0" in Path(f"/proc/{daemon.pid}/maps").read_text()

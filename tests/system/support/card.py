@@ -13,7 +13,8 @@ from collections import namedtuple
 from .waiting import wait_for
 
 PORT = 14113
-ANSWER_AFTER = 0.002
+# Long enough that the daemon, on a busy machine, waits for the answer when it comes: an earlier one is thrown away.
+ANSWER_AFTER = 0.01
 
 RESET_OLT = 6
 GET_OLT_INFORMATION = 7
