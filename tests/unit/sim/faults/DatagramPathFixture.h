@@ -45,7 +45,11 @@ protected:
 
     /// The card sends a datagram.
     bool send(const std::string& hexDigits, int slot = kSlot) {
-        return path.send(slot, kCard, kDaemon, bytesOf(hexDigits));
+        return send(bytesOf(hexDigits), slot);
+    }
+
+    bool send(const Bytes& datagram, int slot = kSlot) {
+        return path.send(slot, kCard, kDaemon, datagram);
     }
 
     void receive(const std::string& hexDigits) {

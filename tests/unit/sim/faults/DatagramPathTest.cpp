@@ -93,7 +93,8 @@ TEST_F(DatagramPathTest, DropsWhatIsDelayedBeyondTheBytesThatMayWait) {
     add("delay", {{"time", "10ms"}});
     const std::size_t size = 60'000;
     const auto fitting = DatagramPath::kMostWaitingBytes / size;
-    const auto longOne = kAnswer + std::string(2 * (size - kAnswer.size() / 2), '0');
+    auto longOne = bytesOf(kAnswer);
+    longOne.resize(size);
     for (std::size_t i = 0; i < fitting; ++i) {
         send(longOne);
     }
