@@ -1,5 +1,6 @@
 #include "dbman/ControlServer.h"
 
+#include <malloc.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
@@ -90,7 +91,19 @@ void ControlServer::run() {
         }
         std::erase_if(connections,
                       [](const Connection& connection) { return !connection.descriptor.isOpen(); });
+        giveMemoryBack();
         acceptOrPause();
+    }
+}
+
+void ControlServer::giveMemoryBack() {
+    const bool isSending = std::ranges::any_of(
+        connections, [](const Connection& connection) { return !connection.output.empty(); });
+    if (!isSending && sentBytes >= kLongAnswers) {
+        // What has been taken meanwhile for other things lies behind the memory of the answers, and
+        // the allocator keeps all that lies before it.
+        malloc_trim(0);
+        sentBytes = 0;
     }
 }
 
@@ -208,6 +221,7 @@ void ControlServer::flush(Connection& connection) {
             return;
         }
         connection.output.erase(0, *sent);
+        sentBytes += *sent;
     }
     if (connection.ending && connection.output.empty()) {
         connection.descriptor = Descriptor();

@@ -33,6 +33,8 @@ public:
     static constexpr std::size_t kMaximumConnections = 32;
     /// How long new clients wait when one couldn't be taken.
     static constexpr std::chrono::milliseconds kAcceptPause{100};
+    /// Bytes of answers after which the memory that they took goes back to the system.
+    static constexpr std::size_t kLongAnswers = std::size_t{1024} * 1024;
 
     ControlServer(std::string path, Handler handler, Report report);
     ControlServer(const ControlServer&) = delete;
@@ -77,7 +79,8 @@ private:
     /// Puts out an awaited answer that is there.
     void settle(Connection& connection);
     void settleAll();
-    static void flush(Connection& connection);
+    void flush(Connection& connection);
+    void giveMemoryBack();
     static void endWith(Connection& connection, const std::string& error);
 
     // Constant after construction.
@@ -89,6 +92,8 @@ private:
     std::vector<Connection> connections;
     std::chrono::steady_clock::time_point acceptAgain;
     bool isReported = false;
+    // Of answers, since memory was given back.
+    std::size_t sentBytes = 0;
     // Readable when the thread is to end; synchronises itself.
     Descriptor stopEvent;
     // Readable when an awaited answer may be there; synchronises itself.
