@@ -24,7 +24,7 @@ from support.process import Process, halted
 from support.product import agree, ask, control, inventory, wait_for_agreement, wait_in_service
 from support.simulator import datagrams, journal_since, request
 from support.vlan_commands import commands_told
-from support.waiting import wait_for
+from support.waiting import wait_for, wait_until_it_is
 
 LONG = (pytest.mark.long, pytest.mark.timeout(400))
 SOURCE = "10.77.0.1"
@@ -167,7 +167,8 @@ def wait_for_bursts_end(limit):
     wait_for(lambda: all(fault["state"] == "ended" for fault in control("fault", "list")["faults"]), limit)
 
 
-@pytest.mark.parametrize("seconds, rate, cards", [(8, 500, 1), pytest.param(60, 1000, 4, marks=LONG)])
+@pytest.mark.parametrize("seconds, rate, cards",
+                         [(8, 500, 1), pytest.param(60, 1000, 4, marks=(pytest.mark.long, pytest.mark.timeout(900)))])
 def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chassis, freed_memory, seconds,
                                                                             rate, cards):
     """The long one goes past the 16 MiB that wait for the database manager."""
@@ -187,8 +188,8 @@ def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chas
         return (reported() + reported("Report Timeout") - before + counted_as_lost(daemon) +
                 dropped_at("127.0.0.1") - dropped)
 
-    wait_for(lambda: known() == sent, 120, lambda: f"{sent} were sent, {known()} are known, "
-                                                   f"{counted_as_lost(daemon)} of them as lost")
+    wait_until_it_is(known, sent, what=lambda: f"{sent} were sent, {known()} are known, "
+                                               f"{counted_as_lost(daemon)} of them as lost")
     lost = counted_as_lost(daemon)
     print(f"{sent} alarms: {reported()} reported, {lost} lost")
     assert (lost > 0) == (cards > 1)

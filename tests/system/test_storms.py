@@ -19,7 +19,7 @@ from support.measures import (Journal, bytes_waiting_at, dropped_at, periods, re
 from support.process import Process, halted
 from support.product import agree, ask, control, inventory, truth, wait_for_agreement
 from support.simulator import datagrams, journal_since, request
-from support.waiting import wait_for
+from support.waiting import wait_for, wait_until_it_is
 
 LONG = (pytest.mark.long, pytest.mark.timeout(400))
 VICTIM, NEIGHBOUR, WITNESS = "1", "2", "3"
@@ -233,9 +233,9 @@ def test_every_alarm_of_a_storm_is_reported_or_counted_as_lost(storm, seconds, r
 
     wait_for(ended, seconds * 2 + 30)
     assert rate_of(fault) >= rate
-    wait_for(lambda: reported() + counted_as_lost(storm.daemon) + storm.dropped() == sent, 60,
-             lambda: f"{sent} were sent, {reported()} are reported, {counted_as_lost(storm.daemon)} are "
-                     f"counted in the log and {storm.dropped()} by the kernel")
+    wait_until_it_is(lambda: reported() + counted_as_lost(storm.daemon) + storm.dropped(), sent,
+                     what=lambda: f"{sent} were sent, {reported()} are reported, {counted_as_lost(storm.daemon)} "
+                                  f"are counted in the log and {storm.dropped()} by the kernel")
     print(f"{sent} alarms: {reported()} reported, {counted_as_lost(storm.daemon)} lost")
     storm.assert_nobody_else_was_delayed()
     storm.assert_all_is_as_before()
