@@ -4,19 +4,38 @@
 
 namespace ponmgr::dbman {
 
+namespace {
+
+/// Counts brackets outside strings. Texts that aren't JSON have a depth too.
+bool isTooDeep(std::string_view text) {
+    int depth = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char character = text[i];
+        if (character == '"') {
+            inString = !inString;
+        } else if (inString) {
+            i += character == '\\' ? 1 : 0;
+        } else if (character == '[' || character == '{') {
+            if (++depth > kMaximumJsonDepth) {
+                return true;
+            }
+        } else if (character == ']' || character == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 Json parseJson(std::string_view text) {
-    bool tooDeep = false;
-    const auto keepShallow = [&tooDeep](int outerLevels, Json::parse_event_t event, Json&) {
-        const bool opens =
-            event == Json::parse_event_t::object_start || event == Json::parse_event_t::array_start;
-        tooDeep = tooDeep || (opens && outerLevels >= kMaximumJsonDepth);
-        return !tooDeep;
-    };
-    Json json = Json::parse(text.begin(), text.end(), keepShallow, false);
-    if (tooDeep) {
+    // Not by a callback of the parser: it would look through a list again behind each of its items.
+    if (isTooDeep(text)) {
         throw MalformedMessage("nested deeper than " + std::to_string(kMaximumJsonDepth) +
                                " levels");
     }
+    Json json = Json::parse(text.begin(), text.end(), nullptr, false);
     if (json.is_discarded()) {
         throw MalformedMessage("not JSON");
     }

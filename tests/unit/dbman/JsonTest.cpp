@@ -22,6 +22,32 @@ TEST(Json, OfAMillionOpenBracketsIsRefused) {
     EXPECT_THROW(parseJson(nested(500'000)), MalformedMessage);
 }
 
+TEST(Json, BracketsInAStringNestNothing) {
+    const std::string text = R"({"a":")" + std::string(kMaximumJsonDepth, '[') + R"(\\\"[{\"[{"})";
+    EXPECT_EQ(printJson(parseJson(text)), text);
+}
+
+TEST(Json, BracketsBehindAStringNest) {
+    const std::string text = R"(["\\",)" + nested(kMaximumJsonDepth) + "]";
+    EXPECT_THROW(parseJson(text), MalformedMessage);
+}
+
+TEST(Json, AsManyListsSideBySideAsOneLikesAreRead) {
+    std::string text = "[[]";
+    for (int list = 1; list < 100; ++list) {
+        text += ",[]";
+    }
+    EXPECT_EQ(parseJson(text + "]").size(), 100U);
+}
+
+TEST(Json, OfAHundredThousandObjectsIsReadInTime) {
+    std::string text = "[{}";
+    for (int object = 1; object < 100'000; ++object) {
+        text += ",{}";
+    }
+    EXPECT_EQ(parseJson(text + "]").size(), 100'000U);
+}
+
 TEST(Json, OfAHundredThousandMembersIsReadInTime) {
     std::string text = "{";
     for (int member = 0; member < 100'000; ++member) {
