@@ -29,6 +29,8 @@ struct CardIdentity {
     std::array<std::uint8_t, 4> chipVersion{0x00, 0x00, 0x00, 0x01};
     std::uint8_t eponPorts = 2;
     std::uint8_t nniPorts = 2;
+
+    bool operator==(const CardIdentity&) const = default;
 };
 
 struct CardCounters {
@@ -39,6 +41,8 @@ struct CardCounters {
     std::uint64_t abandoned = 0;    ///< answers lost because the card was reset before their time
     std::uint64_t tooShort = 0;     ///< datagrams without a whole header
     std::uint64_t notRequests = 0;  ///< datagrams with an event's id, or sent by a card
+
+    bool operator==(const CardCounters&) const = default;
 };
 
 /// The state of one simulated card. A plain table: the event loop's thread alone uses it.
@@ -124,6 +128,7 @@ struct Card {
     std::vector<std::string_view> whyNotInService() const;
     /// absent, resetting, in-service, configured (marked), factory (NVS on) or blank (NVS off).
     std::string_view stateWord() const;
+    bool operator==(const Card&) const = default;
 
 private:
     bool isLink(const Onu& onu) const;

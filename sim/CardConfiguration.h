@@ -20,6 +20,8 @@ struct ExtensionSet {
     std::uint8_t version = 0;
     Oui oui{};
     bool enabled = false;
+
+    bool operator==(const ExtensionSet&) const = default;
 };
 
 struct Domain {
@@ -28,6 +30,8 @@ struct Domain {
     std::uint16_t count = 0;
     /// The service paths that the domain's groups name.
     std::vector<std::uint16_t> paths;
+
+    bool operator==(const Domain&) const = default;
 };
 
 struct Path {
@@ -35,6 +39,8 @@ struct Path {
     std::vector<std::uint8_t> ends;
     /// Users of the path beyond the domains that name it.
     std::uint16_t otherUsers = 0;
+
+    bool operator==(const Path&) const = default;
 };
 
 /// All that the manager sets on a card; what its non-volatile storage holds while that is on.
@@ -67,6 +73,8 @@ struct CardConfiguration {
     bool setLeftoverPath(std::uint16_t pathId, std::uint16_t users);
     /// How many domains name the path, and its other users.
     std::uint16_t usageOfPath(std::uint16_t pathId) const;
+
+    bool operator==(const CardConfiguration&) const = default;
 };
 
 }  // namespace ponmgr::sim

@@ -35,6 +35,8 @@ struct QueueEndpoints {
     std::uint16_t downstream = 0;
     std::uint16_t upstream = 0;
     std::uint16_t multicast = 0;
+
+    bool operator==(const QueueEndpoints&) const = default;
 };
 
 /// One ONU as it hangs at its fibre. What the manager sets for its link is kept by the card.
@@ -68,6 +70,8 @@ struct Onu {
 
     /// The readings as its module shows them, with the fade.
     OnuOptics shownOptics() const;
+
+    bool operator==(const Onu&) const = default;
 };
 
 /// The ONUs of a card, by where they were installed. A list: an ONU stays in its place in memory

@@ -29,6 +29,7 @@ public:
     std::vector<std::uint64_t> keysOf(std::uint16_t id) const;
     /// How many entries each request id has, by id.
     std::map<std::uint16_t, std::size_t> countPerId() const;
+    bool operator==(const PayloadStore&) const = default;
 
 private:
     std::unordered_map<std::uint64_t, std::vector<std::uint8_t>> payloads;

@@ -13,6 +13,7 @@ public:
     std::int64_t between(std::int64_t low, std::int64_t high) {
         return low + static_cast<std::int64_t>(next() % static_cast<std::uint64_t>(high - low + 1));
     }
+    bool operator==(const Random&) const = default;
 
 private:
     /// A counter whose bits are mixed: each state gives another number, and no state is bad.

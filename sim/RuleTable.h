@@ -27,6 +27,7 @@ public:
     bool add(const Rule& rule);
     void remove(const Rule& rule);
     const std::vector<Rule>& all() const { return rules; }
+    bool operator==(const RuleTable&) const = default;
 
 private:
     std::vector<Rule> rules;
