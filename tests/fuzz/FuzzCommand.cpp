@@ -10,6 +10,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "FuzzedSlot.h"
 #include "Require.h"
@@ -17,6 +18,7 @@
 #include "app/Exception.h"
 #include "app/Manager.h"
 #include "ipc/APIData.h"
+#include "model/OnuLinkList.h"
 
 using ponmgr::fuzz::require;
 
@@ -88,11 +90,28 @@ void requireThatTheCardIsHeard() {
     require(slot.isIdentified(), "the card's answers arrive");
 }
 
+/// Were its long lists cut off, this program would never come to the end of the slot's.
+void requireThatLongListsAreHeard() {
+    constexpr std::size_t kMacSize = 6;
+    constexpr std::size_t kLinks = ponmgr::OnuLinkList::kMostLinks + 1;
+    constexpr std::size_t kBytes = kLinks * kMacSize;
+    // No known links; then the discovered ones, each by its number.
+    std::vector<std::uint8_t> said{0x01, 0x00, 0xF1, kBytes >> 8, kBytes & 0xFF};
+    for (std::size_t link = 0; link < kLinks; link++) {
+        said.insert(said.end(), {0x00, 0x0D, 0xB6, 0x00, static_cast<std::uint8_t>(link >> 8),
+                                 static_cast<std::uint8_t>(link)});
+    }
+    ponmgr::fuzz::Script script(said);
+    ponmgr::fuzz::FuzzedSlot slot(script);
+    require(slot.pass() == ponmgr::OnuLinkList::kMostLinks, "a list may be longer than the slot's");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     ponmgr::fuzz::silenceOutput();
     requireThatTheCardIsHeard();
+    requireThatLongListsAreHeard();
     return 0;
 }
 

@@ -15,6 +15,7 @@
 #include "ipc/APIData.h"
 #include "ipc/IPCWorker.h"
 #include "model/JsonHelper.h"
+#include "model/OnuLinkList.h"
 
 namespace ponmgr::fuzz {
 
@@ -23,7 +24,8 @@ namespace {
 constexpr const char* kSlot = "3";
 constexpr const char* kCardReport = "/olt/new";
 constexpr const char* kAlarmReport = "/olt/alarm/new";
-constexpr std::array<std::string_view, 4> kReports = {kCardReport, kAlarmReport, "/onu/new",
+constexpr const char* kOnuReport = "/onu/new";
+constexpr std::array<std::string_view, 4> kReports = {kCardReport, kAlarmReport, kOnuReport,
                                                       "/onu/set/all/offline"};
 
 /// One try that doesn't wait.
@@ -106,15 +108,15 @@ void FuzzedSlot::carryOut(const APIData& message) {
     takeReports(kCardReport);
 }
 
-void FuzzedSlot::pass() {
+std::size_t FuzzedSlot::pass() {
     if (script.ended()) {
-        return;
+        return 0;
     }
     helper().handleAlarms();
     helper().doGetAllOnuKnown(false);
     helper().doGetAllOnuInformation();
     helper().doGetAllOnuQueue();
-    helper().doSetAllOnuGigabit();
+    const std::size_t reported = provision();
     helper().doGetAllOnuOpticsPower();
     helper().doGetAllOltOpticsPower();
     helper().doClearAllRules(0);
@@ -123,6 +125,15 @@ void FuzzedSlot::pass() {
     helper().handleAlarms();
     helper().doReportAlarmToDBMan();
     takeReports(kCardReport);
+    return reported;
+}
+
+std::size_t FuzzedSlot::provision() {
+    takeReports(kOnuReport);
+    helper().doSetAllOnuGigabit();
+    const std::size_t reported = takeReports(kOnuReport);
+    require(reported <= OnuLinkList::kMostLinks, "a slot has no more ONUs than its list holds");
+    return reported;
 }
 
 void FuzzedSlot::requireReports() {
@@ -131,8 +142,7 @@ void FuzzedSlot::requireReports() {
     helper().setOLTOnlineStatus(true);
     helper().doReportOLTModule();
     require(takeReports(kCardReport) == 1, "the slot reports its card");
-    helper().doSetAllOnuGigabit();
-    takeReports(kCardReport);
+    provision();
 }
 
 }  // namespace ponmgr::fuzz

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "Script.h"
 #include "TalkingCard.h"
 #include "poncard/PONCardTask.h"
@@ -22,12 +24,15 @@ public:
     bool isIdentified() { return helper().hasOltMacAddress(); }
     /// Carries out a command that was routed to a slot.
     void carryOut(const APIData& message);
-    /// Takes the card's events, and reads its links, levels, rules and paths.
-    void pass();
+    /// Takes the card's events, and reads its links, levels, rules and paths. Returns how many ONUs
+    /// it has reported behind their provisioning.
+    std::size_t pass();
     /// Requires that the slot can still report itself.
     void requireReports();
 
 private:
+    /// Provisions the ONUs; returns how many it has reported.
+    std::size_t provision();
     PONCardHelper& helper() { return slot.getHelper(); }
 
     Script& script;

@@ -1,5 +1,6 @@
 #include "TalkingCard.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <memory>
@@ -12,7 +13,10 @@ namespace ponmgr::fuzz {
 namespace {
 
 constexpr std::size_t kLeastDatagram = 8;
+constexpr std::size_t kLargestDatagram = 65507;
 constexpr std::uint16_t kHeaderBeforeLength = 6;
+/// An answer with all these bits has data that may be longer than 255 bytes.
+constexpr unsigned kLongAnswer = 0xF0;
 
 constexpr std::array kEvents = {
     TKIDMessage::OLTReady,
@@ -45,7 +49,7 @@ void TalkingCard::send(const TKMessage& message, const sockaddr_in& /*destinatio
                 break;
             case 3: {
                 Frame datagram;
-                addData(datagram);
+                addData(datagram, script.byte());
                 handOver(datagram);
                 break;
             }
@@ -62,7 +66,9 @@ void TalkingCard::answer(const TKMessage& request, unsigned choice) {
     addNumber(frame, 0);
     addNumber(frame, (choice & 4U) != 0 ? script.number() : 0U);
     const std::size_t length = (choice & 8U) != 0 ? script.number() : 0U;
-    addData(frame);
+    const bool isLong = (choice & kLongAnswer) == kLongAnswer;
+    const std::size_t count = isLong ? script.number() : script.byte();
+    addData(frame, std::min(count, kLargestDatagram - frame.size()));
     setLength(frame, (choice & 8U) != 0 ? length : frame.size() - kHeaderBeforeLength);
     handOver(frame);
 }
@@ -77,13 +83,13 @@ void TalkingCard::tellEvent(unsigned choice) {
         addNumber(frame, 0);  // result
         addNumber(frame, 0);  // sequence
     }
-    addData(frame);
+    addData(frame, script.byte());
     setLength(frame, frame.size() - kHeaderBeforeLength);
     handOver(frame);
 }
 
-void TalkingCard::addData(Frame& frame) {
-    const auto data = script.bytes(script.byte());
+void TalkingCard::addData(Frame& frame, std::size_t most) {
+    const auto data = script.bytes(most);
     frame.insert(frame.end(), data.begin(), data.end());
 }
 

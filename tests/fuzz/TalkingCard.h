@@ -17,7 +17,8 @@ namespace ponmgr::fuzz {
 /// The script has a byte for each thing said. Its remainder by 4 says what that is:
 ///   0  nothing more to this request
 ///   1  the answer, and nothing more: its data, led by their count; with bit 2 also the result
-///      before it, with bit 3 the length field, which are those of an accepted request otherwise
+///      before it, with bit 3 the length field, which are those of an accepted request otherwise;
+///      with all of bits 4 to 7 the count has two bytes, so that a list may be a long one
 ///   2  one of the four events, by bits 2 and 3: its data, led by their count
 ///   3  a datagram, led by its size
 class TalkingCard : public DatagramTransport {
@@ -34,7 +35,7 @@ private:
 
     void answer(const TKMessage& request, unsigned choice);
     void tellEvent(unsigned choice);
-    void addData(Frame& frame);
+    void addData(Frame& frame, std::size_t most);
     void handOver(const Frame& datagram);
 
     Script& script;
