@@ -14,15 +14,47 @@ namespace {
 // memory.
 constexpr std::size_t kLineBufferSize = (std::size_t{1} << 20) + 4096;
 
+// Who has standard output for himself, other threads' lines being kept away.
+class OutputLock {
+public:
+    OutputLock() { flockfile(stdout); }
+    OutputLock(const OutputLock&) = delete;
+    OutputLock& operator=(const OutputLock&) = delete;
+    ~OutputLock() { funlockfile(stdout); }
+};
+
+enum class Leaving { AtALineEnd, AtOnce };
+
+// Needs the lock.
+void put(std::string_view text) {
+    fwrite_unlocked(text.data(), 1, text.size(), stdout);
+}
+
+// Whether text was lost since it was asked last, for instance because the disk is full: the stream
+// throws away what it can't write. Needs the lock.
+bool takeLoss() {
+    const bool isLost = ferror_unlocked(stdout) != 0;
+    clearerr_unlocked(stdout);
+    return isLost;
+}
+
 // The parts of one line, which no other thread's come between. It takes no memory: what it prints
 // is often that there is none.
-void write(std::initializer_list<std::string_view> parts, std::string_view end) {
-    flockfile(stdout);
-    for (const std::string_view part : parts) {
-        fwrite_unlocked(part.data(), 1, part.size(), stdout);
+void write(std::initializer_list<std::string_view> parts, std::string_view end,
+           Leaving leaving = Leaving::AtALineEnd) {
+    static bool isLineCut = false;  // guarded by the lock
+    const OutputLock lock;
+    if (isLineCut) {
+        put("\n");
     }
-    fwrite_unlocked(end.data(), 1, end.size(), stdout);
-    funlockfile(stdout);
+    for (const std::string_view part : parts) {
+        put(part);
+    }
+    put(end);
+    if (leaving == Leaving::AtOnce) {
+        fflush_unlocked(stdout);
+    }
+    isLineCut = takeLoss();
 }
 
 /// A place's number as text.
@@ -52,8 +84,7 @@ void printLineOf(std::initializer_list<std::string_view> parts) {
 }
 
 void printUnendedOf(std::initializer_list<std::string_view> parts) {
-    write(parts, "");
-    std::fflush(stdout);
+    write(parts, "", Leaving::AtOnce);
 }
 
 void printUnknownError(const char* operation) {
@@ -73,8 +104,8 @@ void printReceiveError(const char* function, int line, std::string_view text) {
 }
 
 void printFatalError(const char* function, int line, std::string_view text) {
-    printLineOf({"Fatal Error - ", function, "[", Number(line).text(), "]: ", text});
-    std::fflush(stdout);
+    write({"Fatal Error - ", function, "[", Number(line).text(), "]: ", text}, "\n",
+          Leaving::AtOnce);
 }
 
 }  // namespace ponmgr

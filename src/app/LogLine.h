@@ -8,7 +8,8 @@
 namespace ponmgr {
 
 // The daemon's log is its standard output, and these are all the forms of its lines. Each line is
-// written whole, so that lines of different threads never mix. None of them takes memory or throws:
+// written whole, so that lines of different threads never mix. What can't be written, as on a full
+// disk, is lost, and what comes next begins a line of its own. None of them takes memory or throws:
 // what is caught because there is no memory is printed with them. Any thread.
 
 /// Makes standard output line-buffered, so that a pipe or the journal sees each line at once. Once,

@@ -144,6 +144,42 @@ TEST(LogLineTest, AVeryLongLineIsWhole) {
     EXPECT_TRUE(written == text + "\n");
 }
 
+TEST(LogLineTest, AfterALineThatTheDiskHadNoRoomForTheNextBeginsALineOfItsOwn) {
+    const auto text = textOnDiskOf(8, [](const auto& makeRoom) {
+        startLog();
+        printLine("first");
+        printLine("second");  // two bytes of it
+        printLine("lost");
+        makeRoom(100);
+        printLine("fourth");
+        printLine("fifth");
+    });
+    EXPECT_EQ(text, "first\nse\nfourth\nfifth\n");
+}
+
+TEST(LogLineTest, AfterUnendedTextThatTheDiskHadNoRoomForTheNextBeginsALineOfItsOwn) {
+    const auto text = textOnDiskOf(2, [](const auto& makeRoom) {
+        startLog();
+        printUnended("first");
+        makeRoom(100);
+        printUnended("second ");
+        printLine("third");
+    });
+    EXPECT_EQ(text, "fi\nsecond third\n");
+}
+
+TEST(LogLineTest, AFullDiskTakesNoMoreThanALineEndOfTheNextLine) {
+    const auto text = textOnDiskOf(2, [](const auto& makeRoom) {
+        startLog();
+        printLine("first");
+        makeRoom(1);
+        printLine("second");
+        makeRoom(100);
+        printLine("third");
+    });
+    EXPECT_EQ(text, "fi\n\nthird\n");
+}
+
 TEST(LogLineTest, LinesOfSeveralThreadsNeverMix) {
     constexpr int kThreads = 4;
     constexpr int kLines = 500;
