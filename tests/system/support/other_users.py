@@ -5,7 +5,12 @@ from pathlib import Path
 
 import pytest
 
+from . import namespace
+from .product import program
+
 NOBODY = 65534
+# Who runs the product in the place of root, with nobody else's processes counted as his.
+SOMEBODY = 10_000 + os.getpid() % 50_000
 
 
 def _is_mapped(map_file, number):
@@ -16,5 +21,16 @@ def _is_mapped(map_file, number):
 def need_other_users():
     """The first line of such a test. When root runs the tests they are there, and ./test fails if one was
     skipped; tools/count_tests.py knows the text."""
-    if os.geteuid() != 0 or not all(_is_mapped(f"/proc/self/{ids}_map", NOBODY) for ids in ("uid", "gid")):
-        pytest.skip(f"needs other users: this user namespace has no user {NOBODY}")
+    for user in (NOBODY, SOMEBODY):
+        if os.geteuid() != 0 or not all(_is_mapped(f"/proc/self/{ids}_map", user) for ids in ("uid", "gid")):
+            pytest.skip(f"needs other users: this user namespace has no user {user}")
+
+
+def of_somebody(name):
+    """The words that start a program of the product as SOMEBODY, wherever its build is."""
+    built = program(name)
+    folder = Path("/tmp/of-somebody") / name
+    folder.mkdir(parents=True, exist_ok=True)
+    namespace.mount(str(built.parents[1]), str(folder), None, namespace.MS_BIND)
+    return ("/usr/bin/setpriv", f"--reuid={SOMEBODY}", f"--regid={SOMEBODY}", "--clear-groups", "--pdeathsig=KILL",
+            folder / "bin" / name)
