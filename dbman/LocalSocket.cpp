@@ -66,8 +66,13 @@ void removeLeftOver(const std::string& path, const Address& address) {
     if (error == 0 || error == EAGAIN) {
         throw Failure("can't listen at " + path + ": a dbman listens there already");
     }
-    if (error != ECONNREFUSED || unlink(path.c_str()) != 0) {
-        throw Failure("can't listen at " + path + ": " + errorText(error));
+    if (error != ECONNREFUSED && error != ENOENT) {
+        throw Failure("can't listen at " + path +
+                      ": can't find out whether somebody does: " + errorText(error));
+    }
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+        throw Failure("can't listen at " + path +
+                      ": can't remove the file of a process that has ended: " + errorText(errno));
     }
 }
 

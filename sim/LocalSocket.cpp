@@ -53,10 +53,17 @@ void clearPath(const std::string& path) {
         throw std::runtime_error(path + " exists and is no socket");
     }
     const int error = tryConnect(makeSocket(SOCK_NONBLOCK).get(), path);
-    if (error == ECONNREFUSED) {
-        unlink(path.c_str());
-    } else if (error == 0 || error == EAGAIN) {
+    // EPROTOTYPE: with a socket of another type.
+    if (error == 0 || error == EAGAIN || error == EPROTOTYPE) {
         throw std::runtime_error("somebody listens at " + path + " already");
+    }
+    if (error != ECONNREFUSED && error != ENOENT) {
+        throw std::runtime_error("can't find out whether somebody listens at " + path + ": " +
+                                 errorText(error));
+    }
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+        throw std::runtime_error("can't remove " + path +
+                                 " of a process that has ended: " + errorText(errno));
     }
 }
 

@@ -9,8 +9,8 @@ import pytest
 
 from support.card import GET_DOMAINS, PORT, olt_ready
 from support.measures import user_bound_to
-from support.other_users import NOBODY, need_other_users
-from support.peer import COMMANDS, NOTIFICATIONS
+from support.other_users import NOBODY, need_other_users, of_somebody
+from support.peer import COMMANDS, NOTIFICATIONS, Peer
 from support.product import ask, control, wait_for_agreement, wait_in_service
 from support.waiting import wait_for
 
@@ -28,6 +28,29 @@ listener.bind(path)
 os.chmod(path, 0o666)
 print("ready", flush=True)
 print("heard", listener.recv(65536).decode(), flush=True)
+"""
+LEAVE = """
+import os, socket, sys
+kind, path = sys.argv[1:]
+target = path + "-of-another-name"
+def leave_dead_socket(path, mode=0o755):
+    socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM).bind(path)
+    os.chmod(path, mode)
+if kind == "a file":
+    open(path, "w")
+elif kind == "a folder":
+    os.mkdir(path)
+elif kind == "a link to nothing":
+    os.symlink(target, path)
+elif kind == "a link to a dead socket":
+    leave_dead_socket(target)
+    os.symlink(target, path)
+elif kind == "a dead socket":
+    leave_dead_socket(path)
+elif kind == "a dead socket that anybody may write to":
+    leave_dead_socket(path, 0o777)
+else:
+    sys.exit(f"no such kind: {kind}")
 """
 HOLD = """
 import socket, sys, time
@@ -110,6 +133,87 @@ def test_a_stranger_at_the_database_managers_path_keeps_the_daemon_from_starting
         assert process.count(f"belongs to user {NOBODY}, who is not trusted") == 1
         assert as_a_stranger(SEND, NOTIFICATIONS, "me first").wait() == 0
         assert listener.stdout.readline() == "heard me first\n"
+
+
+# Each path that others could be first at: the program that listens there and its words, and what it says first.
+PLACES = {
+    COMMANDS: ("ponmgrd", [], None),
+    NOTIFICATIONS: ("dbman", ["serve", "--database"], "dbman ready"),
+    "/tmp/dbman.ctl": ("dbman", ["serve", "--database"], "dbman ready"),
+    "/tmp/chassis-sim.ctl": ("chassis-sim", [], "chassis-sim ready"),
+}
+every_place = pytest.mark.parametrize("path", PLACES)
+
+
+def left_by_a_stranger(kind, path):
+    """He has ended; gives what tells his file from another."""
+    assert as_a_stranger(LEAVE, kind, path).wait() == 0
+    status = os.lstat(path)
+    assert status.st_uid == NOBODY
+    return status.st_dev, status.st_ino
+
+
+class Starts:
+    """Starts the program that listens at a path."""
+
+    def __init__(self, processes, path):
+        self.processes, self.path = processes, path
+        self.name, self.words, self.ready = PLACES[path]
+        self.peer = None
+        if self.name == "ponmgrd":
+            self.peer = Peer()
+            os.chmod(NOTIFICATIONS, 0o666)
+
+    def start(self, user, before):
+        """As root, or as somebody."""
+        database = [f"/tmp/{user}.db"] if "--database" in self.words else []
+        return self.processes(*before, *self.words, *database)
+
+    def refused(self, user="root", before=None):
+        """What it says when it can't listen there, and has ended."""
+        process = self.start(user, before or [self.name])
+        if self.name == "ponmgrd":
+            process.wait_for_termination()
+            assert process.count("threadWorker[119]: ") == 1
+        else:
+            assert process.wait_for_end() == 1
+        assert self.path in process.output()
+        return process.output()
+
+    def taken(self):
+        process = self.start("root", [self.name])
+        if self.peer:
+            self.peer.wait_for("/olt/get/all/ip")
+        else:
+            process.wait_for_line(self.ready)
+
+
+@every_place
+def test_what_a_stranger_leaves_at_a_path_keeps_its_program_from_starting_until_root_removes_it(processes, path):
+    starts = Starts(processes, path)
+    for kind in ("a file", "a folder", "a link to nothing", "a link to a dead socket"):
+        left = left_by_a_stranger(kind, path)
+        assert "no socket" in starts.refused(), kind
+        status = os.lstat(path)
+        assert (status.st_dev, status.st_ino) == left, f"{kind} is left alone"
+        (os.rmdir if kind == "a folder" else os.unlink)(path)
+    starts.taken()
+
+
+@every_place
+def test_a_dead_socket_of_a_stranger_keeps_all_users_but_root_from_starting(processes, path):
+    starts = Starts(processes, path)
+    as_somebody = of_somebody(starts.name)
+    for kind, complaints in (
+            ("a dead socket", ("can't find out whether", "Permission denied")),
+            ("a dead socket that anybody may write to", ("can't remove", "Operation not permitted"))):
+        left_by_a_stranger(kind, path)
+        said = starts.refused("somebody", as_somebody)
+        assert all(complaint in said for complaint in complaints), said
+        assert os.lstat(path).st_uid == NOBODY
+        os.unlink(path)
+    left_by_a_stranger("a dead socket", path)
+    starts.taken()
 
 
 def test_a_stranger_at_the_daemons_udp_port_keeps_the_cards_waiting_until_he_is_gone(card, daemon, peer):
