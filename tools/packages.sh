@@ -26,7 +26,8 @@ bench_packages=(
 )
 
 soak_packages=(python3 python3-pytest iproute2)
-all_packages=(valgrind libc6-dbg) # for ./test --all
+valgrind_packages=(valgrind libc6-dbg)
+all_packages=("${valgrind_packages[@]}" nftables systemd) # for ./test --all
 
 is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

@@ -11,7 +11,7 @@ import pytest
 
 from support import namespace
 from support.card import GET_DOMAINS, Card
-from support.other_users import SOMEBODY, need_other_users, of_somebody
+from support.other_users import SOMEBODY, need_other_users, of_somebody, open_to_all
 from support.peer import NOTIFICATIONS
 from support.product import program
 from support.waiting import wait_for
@@ -63,7 +63,7 @@ def daemon_of_somebody(processes, peer):
     """As root the daemon would start as many processes as it likes."""
     need_other_users()
     os.chmod(NOTIFICATIONS, 0o666)
-    daemon = processes(*of_somebody("ponmgrd"))
+    daemon = processes(*of_somebody(open_to_all("ponmgrd")))
     peer.wait_for("/olt/get/all/ip")
     return daemon
 

@@ -1,17 +1,15 @@
 """Another user of the machine, who sends to the daemon, or was there before it."""
 
 import os
-import subprocess
-import sys
-from contextlib import contextmanager
 
 import pytest
 
 from support.card import GET_DOMAINS, PORT, olt_ready
 from support.measures import user_bound_to
-from support.other_users import NOBODY, need_other_users, of_somebody
+from support.other_users import NOBODY, need_other_users, of_somebody, open_to_all
 from support.peer import COMMANDS, NOTIFICATIONS, Peer
 from support.product import ask, control, wait_for_agreement, wait_in_service
+from support.strangers import REQUEST, as_a_stranger, listening, running
 from support.waiting import wait_for
 
 DAEMON = "127.0.0.1"
@@ -19,15 +17,6 @@ DAEMON = "127.0.0.1"
 SEND = """
 import socket, sys
 socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM).sendto(sys.argv[2].encode(), sys.argv[1])
-"""
-LISTEN = """
-import os, socket, sys
-path = sys.argv[1]
-listener = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-listener.bind(path)
-os.chmod(path, 0o666)
-print("ready", flush=True)
-print("heard", listener.recv(65536).decode(), flush=True)
 """
 LEAVE = """
 import os, socket, sys
@@ -65,40 +54,11 @@ while True:
 while True:
     print("heard", holder.recv(65536).hex(), flush=True)
 """
-REQUEST = """
-import socket, sys
-asking = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-asking.settimeout(30)
-asking.sendto(bytes.fromhex(sys.argv[3]), (sys.argv[1], int(sys.argv[2])))
-print(asking.recv(2048).hex())
-"""
 
 
 @pytest.fixture(autouse=True)
 def stranger():
     need_other_users()
-
-
-def as_a_stranger(program, *words):
-    return subprocess.Popen([sys.executable, "-c", program, *map(str, words)], stdout=subprocess.PIPE, text=True,
-                            user=NOBODY, group=NOBODY, extra_groups=[])
-
-
-@contextmanager
-def running(program, *words):
-    """A stranger's program that says when it is ready."""
-    stranger = as_a_stranger(program, *words)
-    try:
-        assert stranger.stdout.readline() == "ready\n"
-        yield stranger
-    finally:
-        stranger.kill()
-        stranger.wait()
-
-
-def listening(path):
-    """A stranger who was first at a path."""
-    return running(LISTEN, path)
 
 
 def wanting_the_daemons_port():
@@ -203,7 +163,7 @@ def test_what_a_stranger_leaves_at_a_path_keeps_its_program_from_starting_until_
 @every_place
 def test_a_dead_socket_of_a_stranger_keeps_all_users_but_root_from_starting(processes, path):
     starts = Starts(processes, path)
-    as_somebody = of_somebody(starts.name)
+    as_somebody = of_somebody(open_to_all(starts.name))
     for kind, complaints in (
             ("a dead socket", ("can't find out whether", "Permission denied")),
             ("a dead socket that anybody may write to", ("can't remove", "Operation not permitted"))):

@@ -15,6 +15,7 @@ ROW = re.compile(r"^\| (?!Statement)([^-].*?) \| (.*) \|$", re.M)
 # Between the tables of a section: what their rows have in common.
 LEAD_IN = re.compile(r"[^.]*:")
 TABLE_HEAD = ("| Statement | Shown by |", "|---|---|")
+IN_ROWS = ("## Somebody who ", "## Where others ")
 
 
 def files(*patterns):
@@ -64,12 +65,12 @@ def unproven_statements():
 
 
 def loose_statements():
-    """What somebody can do stands in rows, where tests must be named."""
+    """What somebody can do, and what keeps him from it, stands in rows, where tests must be named."""
     heading = ""
     for number, line in enumerate(Path(SECURITY).read_text().splitlines(), 1):
         if line.startswith("## "):
             heading = line
-        elif heading.startswith("## Somebody who ") and line and not (
+        elif heading.startswith(IN_ROWS) and line and not (
                 line in TABLE_HEAD or ROW.fullmatch(line) or LEAD_IN.fullmatch(line)):
             yield f"{SECURITY}:{number}: neither a row nor a lead-in that ends in ':': '{line}'"
 

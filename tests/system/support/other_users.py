@@ -26,11 +26,16 @@ def need_other_users():
             pytest.skip(f"needs other users: this user namespace has no user {user}")
 
 
-def of_somebody(name):
-    """The words that start a program of the product as SOMEBODY, wherever its build is."""
+def open_to_all(name):
+    """A program of the product, where every user can start it."""
     built = program(name)
-    folder = Path("/tmp/of-somebody") / name
+    folder = Path("/tmp/open-to-all") / name
     folder.mkdir(parents=True, exist_ok=True)
     namespace.mount(str(built.parents[1]), str(folder), None, namespace.MS_BIND)
+    return folder / "bin" / name
+
+
+def of_somebody(*words):
+    """The words that start a program as SOMEBODY."""
     return ("/usr/bin/setpriv", f"--reuid={SOMEBODY}", f"--regid={SOMEBODY}", "--clear-groups", "--pdeathsig=KILL",
-            folder / "bin" / name)
+            *words)
