@@ -125,12 +125,12 @@ class Plant:
         os.kill(self.pid(name), number)
 
     def kill(self, name):
-        """Kills dbman or the daemon; start() puts another in its place."""
+        """Kills dbman or the daemon; start() puts another in its place. Raises AssertionError when it had ended by
+        itself."""
         if name == "dbman":
             self.counted.update(self._status())
         self.killed.add(name)
-        self.signal(name, signal.SIGKILL)
-        self.processes[name].wait_for_end()
+        self.processes[name].kill()
 
     def check_running(self):
         """Raises AssertionError when a program has ended by itself."""

@@ -3,13 +3,21 @@
 import os
 import signal
 import subprocess
+import sys
 from pathlib import Path
 
 import pytest
 
+from conftest import ROOT
+from support import product
 from support.endings import end, ending_well
 from support.process import Process
+from support.terminal import TerminalProcess
 from support.waiting import wait_for
+
+sys.path.insert(0, str(ROOT / "tests" / "soak"))
+
+from plant import Plant  # noqa: E402
 
 ABORTS = "kill -ABRT $$"
 READY = "echo ready; "
@@ -56,9 +64,47 @@ def test_an_end_that_the_test_has_waited_for_is_none_by_itself():
 
 def test_a_program_that_the_test_has_killed_has_not_ended_by_itself():
     program = waiting(WAITS)
-    os.kill(program.pid, signal.SIGKILL)
-    program.wait_for_end()
+    program.kill()
     assert end(program) == []
+
+
+@pytest.mark.parametrize("is_known", [True, False])
+def test_a_program_that_ended_by_itself_before_it_was_killed_is_complained_about(is_known):
+    program = script(f"echo why; {ABORTS}")
+    if is_known:
+        wait_for(lambda: not program.is_running())
+    else:
+        # nobody has asked for its status when the signal comes, so that the signal meets nothing
+        os.waitid(os.P_PID, program.pid, os.WEXITED | os.WNOWAIT)
+    with pytest.raises(AssertionError, match="program had ended by itself with -6 when it was to be killed:\nwhy"):
+        program.kill()
+
+
+def test_a_program_of_the_soak_that_ended_by_itself_before_it_was_killed_is_complained_about():
+    plant = Plant.__new__(Plant)
+    plant.killed, plant.processes = set(), {"ponmgrd": ended(ABORTS, "ponmgrd")}
+    with pytest.raises(AssertionError, match="ponmgrd had ended by itself with -6"):
+        plant.kill("ponmgrd")
+
+
+def test_a_program_at_a_terminal_is_looked_at_as_any_other():
+    with pytest.raises(AssertionError, match="program said: .*AddressSanitizer: SEGV"):
+        with ending_well() as started:
+            started.append(TerminalProcess("program", ["/bin/sh", "-c", f'echo "==7==ERROR: AddressSanitizer: SEGV"; '
+                                                                        f"{WAITS}"], "/tmp"))
+            started[0].wait_for("ready")
+    assert not started[0].is_running()
+
+
+def test_a_client_that_fails_shows_all_that_it_has_printed(monkeypatch):
+    client = Path("/tmp/client")
+    client.write_text("#!/bin/sh\necho '{\"error\": 1}'; echo '==7==ERROR: AddressSanitizer' >&2; exit 1\n")
+    client.chmod(0o755)
+    monkeypatch.setattr(product, "program", lambda name: client)
+    with pytest.raises(AssertionError) as caught:
+        product.ask("client", "card", 1)
+    told = str(caught.value)
+    assert "client card 1 ended with 1" in told and '{"error": 1}' in told and "AddressSanitizer" in told
 
 
 @pytest.mark.parametrize("line", [

@@ -4,7 +4,6 @@ and peers that stop."""
 import os
 import re
 import resource
-import signal
 import subprocess
 import sys
 import time
@@ -206,8 +205,7 @@ def test_a_database_manager_killed_in_a_storm_gets_what_comes_after_its_restart(
     _, manager, daemon = chassis("1,2", "--onus", "2", "--configured")
     burst(500, 6)
     wait_for(lambda: reported() > 200, 30)
-    os.kill(manager.pid, signal.SIGKILL)
-    manager.wait_for_end()
+    manager.kill()
     daemon.wait_for_line("nobody listens there", 30)
     again = processes("dbman", "serve")
     again.wait_for_line("dbman ready")

@@ -160,7 +160,7 @@ def test_the_simulator_ends_with_its_scenario_on_request(failing, status):
     path.write_text('{"at": "10ms", "ctl": "card 3 %s"}\n' % ("insert" if failing else "pull"))
     done = subprocess.run([program("chassis-sim"), "--scenario", path, "--scenario-exit"],
                           capture_output=True, text=True, timeout=20)
-    assert done.returncode == status, done.stdout
+    assert done.returncode == status, done.stdout + done.stderr
 
 
 @pytest.mark.parametrize("name", ["quiet-day", "bad-day", "fibre-cut"])

@@ -72,7 +72,7 @@ def test_a_socket_left_behind_by_a_killed_daemon_is_taken_over(processes, peer):
     peer.wait_for("/olt/get/all/ip")
     peer.send_text("first")
     first.wait_for_line("JSON not parsed: first")
-    first.stop()
+    first.kill()
     assert Path(COMMANDS).is_socket()
     second = processes("ponmgrd")
     wait_for(lambda: len(peer.messages("/olt/get/all/ip")) == 2)

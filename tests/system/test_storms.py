@@ -155,7 +155,7 @@ def test_short_datagrams_for_longer_than_three_tries_stop_all_slots_and_lose_the
     assert (fault["state"], fault["hits"]) == ("ended", alarms)
     assert len(during.requests(WITNESS)) < 8, "it is asked once a second else"
     assert sender.is_running()
-    sender.stop()
+    sender.kill()
     storm.wait_until_found_right(recovery.RESTART)
     resets = {slot: control("card", slot, "get")["resets"] for slot in (VICTIM, NEIGHBOUR)}
     print(f"{reported()} of {alarms} alarms reported; resets by slot: {resets}")
@@ -175,7 +175,7 @@ def test_what_a_stranger_crowds_out_is_lost_until_the_slot_is_announced(chassis)
         wait_for(lambda: dropped_at(DAEMON) > dropped, 60, "there is no room for another datagram")
         control("onu", "1/0/0", "unplug")
         wait_for(lambda: [entry for entry in journal_since(since, 1) if entry["id"] == REPORT_ALARM], 30)
-        sender.stop()
+        sender.kill()
     wait_for(lambda: bytes_waiting_at(DAEMON) == 0, 60, "all that had room is read")
     control("alarm", "1/nni-0", "Temperature", "raise")
     wait_for(lambda: reported("Temperature") == 1, 60)

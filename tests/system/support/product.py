@@ -27,7 +27,8 @@ def program(name):
 
 def ask(name, *words):
     done = subprocess.run([program(name), *map(str, words), "--json"], capture_output=True, text=True)
-    assert done.returncode == 0, done.stdout
+    assert done.returncode == 0, (f"{name} {' '.join(map(str, words))} ended with {done.returncode}; it printed:\n"
+                                  f"{done.stdout}{done.stderr}")
     return json.loads(done.stdout)
 
 

@@ -6,26 +6,24 @@ import pty
 import struct
 import subprocess
 import termios
-import threading
 
-from .process import die_with_parent
+from .process import Child, die_with_parent
 from .waiting import wait_for
 
 ROWS, COLUMNS = 40, 160
 
 
-class TerminalProcess:
+class TerminalProcess(Child):
     """Started by the constructor; what it shows is collected until it ends."""
 
-    def __init__(self, command, folder):
+    def __init__(self, name, command, folder):
         self.shown = b""
         self.terminal, own = pty.openpty()
         fcntl.ioctl(own, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, COLUMNS, 0, 0))
-        self.process = subprocess.Popen(command, stdin=own, stdout=own, stderr=own, cwd=folder,
-                                        preexec_fn=die_with_parent)
+        process = subprocess.Popen(command, stdin=own, stdout=own, stderr=own, cwd=folder,
+                                   preexec_fn=die_with_parent)
         os.close(own)
-        self.reader = threading.Thread(target=self._read, daemon=True)
-        self.reader.start()
+        super().__init__(name, process)
 
     def _read(self):
         while True:
@@ -38,12 +36,12 @@ class TerminalProcess:
     def text(self):
         return self.shown.decode(errors="replace")
 
+    def texts(self):
+        return self.text().splitlines()
+
     def wait_for(self, part, limit=60.0):
         wait_for(lambda: part in self.text(), limit, lambda: f"{part!r} is shown, not {self.text()}")
 
     def signal(self, number):
         """Nothing happens when it has ended."""
         self.process.send_signal(number)
-
-    def wait_for_end(self, limit=60.0):
-        return self.process.wait(limit)
