@@ -77,30 +77,68 @@ def test_what_is_altered_dropped_or_only_pretended_is_not_carried_out():
         assert not told[0].was_carried_out(PRETEND)
 
 
-def datagram(name, payload="", purpose="sets", direction="in"):
-    return {"name": name, "hex": "0000" "0000" "0000" + payload, "purpose": purpose, "direction": direction}
+def datagram(name, payload="", purpose="sets", direction="in", ctag=0):
+    return {"name": name, "hex": "0000" "0000" "0000" + payload, "purpose": purpose, "direction": direction,
+            "ctag": ctag}
 
 
 CLEAR, DELETE = "Clear All Provisioning for Logical Link", "Delete Queue SLA"
 ABSENT, PATHS = {"00:0d:b6:01:00:01"}, [{"id": 9, "usage_count": 2}, {"id": 20, "usage_count": 3},
                                         {"id": 0x2000, "usage_count": 0}]
+SERVED = {"mac": "00:0d:b6:01:00:00", "queues": {"downstream": {"endpoint": 0x4000}, "upstream": {"endpoint": 0x4001},
+                                                 "multicast": {"endpoint": 0x4002}}}
+SERVICE = "00000000ffffffffff000f424000c8020010"
+PROVISIONED = [("Enable Link", "000db6010000"), ("Set Link SLA", f"000db6010000{SERVICE}01020000000000000000"),
+               ("Set Queue SLA", f"40000000{SERVICE}"), ("Set Queue SLA", f"40010000{SERVICE}"),
+               ("Set Queue SLA", f"40020000{SERVICE}"), ("CTC Set Ethernet Port", "000db601000080010100000101010101")]
+PROVISIONING = [datagram(name, payload, ctag=tag) for tag, (name, payload) in enumerate(PROVISIONED)]
 
 
 @pytest.mark.parametrize("entry", [
-    datagram("Get All Paths", purpose="asks"), datagram("Enable Link"), datagram("Set Queue SLA"),
-    datagram(CLEAR, "000db6010001"), datagram(DELETE, "00090000"), datagram(DELETE, "000a0000"),
-    datagram("Enable OLT", direction="out"),
+    datagram("Get All Paths", purpose="asks"), *PROVISIONING, datagram(CLEAR, "000db6010001"),
+    datagram(DELETE, "00090000"), datagram(DELETE, "000a0000"), datagram("Enable OLT", direction="out"),
 ])
 def test_a_card_in_service_may_be_asked_and_told_this(entry):
-    assert disturbing([entry], True, ABSENT, PATHS) == []
+    assert disturbing([entry], [SERVED], ABSENT, PATHS) == []
 
 
-@pytest.mark.parametrize("in_service, name, payload, purpose", [
-    (True, "Enable OLT", "", "sets"), (True, "Set OLT rule", "05", "sets"), (True, "Set Domain Rules", "", "sets"),
-    (True, "Set OLT Bridging Configuration", "", "sets"), (True, CLEAR, "000db6010002", "sets"),
-    (True, DELETE, "00140000", "sets"), (True, DELETE, "20000000", "sets"), (True, "unknown", "", None),
-    (False, "Enable Link", "", "sets"),
+def test_what_is_tried_again_is_told_once():
+    assert disturbing(3 * PROVISIONING, [SERVED], ABSENT, PATHS) == []
+
+
+def test_an_onu_is_provisioned_once_more_when_its_card_discovers_it():
+    again = [{**entry, "ctag": 100 + entry["ctag"]} for entry in PROVISIONING]
+    discovered = datagram("Link Discovery", "00000001000db6010000", None, "out")
+    another = datagram("Link Discovery", "00000001000db6010001", None, "out")
+    assert disturbing([discovered, *PROVISIONING, *again], [SERVED], ABSENT, PATHS) == []
+    assert disturbing([another, *PROVISIONING, *again], [SERVED], ABSENT, PATHS) == PROVISIONED
+
+
+@pytest.mark.parametrize("name, payload", [*PROVISIONED, (CLEAR, "000db6010001"), (DELETE, "00090000")])
+def test_what_is_told_a_second_time_is_noticed(name, payload):
+    entries = [datagram(name, payload, ctag=1), datagram(name, payload, ctag=2)]
+    assert disturbing(entries, [SERVED], ABSENT, PATHS) == [(name, payload)]
+
+
+@pytest.mark.parametrize("place", range(len(PROVISIONED)))
+def test_every_other_value_than_the_one_that_is_set_already_is_noticed(place):
+    name, payload = PROVISIONED[place]
+    changed = [payload[:digit] + ("e" if payload[digit] != "e" else "0") + payload[digit + 1:]
+               for digit in range(len(payload))]
+    for other in [*changed, payload[:-2], payload + "00", ""]:
+        assert disturbing([datagram(name, other)], [SERVED], ABSENT, PATHS) == [(name, other)]
+
+
+@pytest.mark.parametrize("name, payload, purpose", [
+    ("Enable OLT", "", "sets"), ("Set OLT rule", "05", "sets"), ("Set Domain Rules", "", "sets"),
+    ("Set OLT Bridging Configuration", "", "sets"), (CLEAR, "000db6010000", "sets"), (DELETE, "00140000", "sets"),
+    (DELETE, "20000000", "sets"), ("unknown", "", None), ("Enable Link", "000db6010001", "sets"),
 ])
-def test_whatever_else_a_card_is_told_is_noticed(in_service, name, payload, purpose):
+def test_whatever_else_a_card_is_told_is_noticed(name, payload, purpose):
     entries = [datagram(CLEAR, "000db6010001"), datagram(name, payload, purpose)]
-    assert disturbing(entries, in_service, ABSENT, PATHS) == [(name, payload)]
+    assert disturbing(entries, [SERVED], ABSENT, PATHS) == [(name, payload)]
+
+
+@pytest.mark.parametrize("name, payload", PROVISIONED)
+def test_a_card_that_was_only_marked_is_told_nothing_of_onus(name, payload):
+    assert disturbing([datagram(name, payload)], [], ABSENT, PATHS) == [(name, payload)]

@@ -11,7 +11,6 @@ PONMGR_SEED=N plays the same moments once more; each run prints its own.
 
 import os
 import random
-import signal
 import time
 
 import pytest
@@ -63,6 +62,11 @@ def amid_polling(chance):
 MOMENTS = [amid_bring_up, amid_provisioning, amid_polling]
 
 
+def place_of(onu):
+    """The slot of the card at which the ONU is on-line, or None."""
+    return str(onu["slot"]) if onu["state"] == "on-line" else None
+
+
 class Moment:
     """How the daemon's end has left the cards and ONUs."""
 
@@ -103,13 +107,19 @@ class Moment:
     def absent_from(self, slot):
         """The MAC addresses of the ONUs that were not on-line at the slot's card."""
         return {onu["mac"] for onu in self.onus.values()
-                if (str(onu["slot"]), onu["state"]) != (slot, "on-line")}
+                if place_of(onu) != slot}
+
+    def served_at(self, slot):
+        """The ONUs that were on-line at the slot's card then or are now, if it was in service then."""
+        if slot not in self.slots("in-service"):
+            return []
+        return [onu for name, onu in self.onus.items()
+                if slot in (place_of(onu), place_of(control("onu", name, "get")))]
 
     def disturbing(self, slot):
         """What the slot's card was asked to do since and ought not to be asked."""
         entries = journal_since(self.number, int(slot))
-        return disturbing(entries, slot in self.slots("in-service"), self.absent_from(slot),
-                          self.cards[slot]["paths"])
+        return disturbing(entries, self.served_at(slot), self.absent_from(slot), self.cards[slot]["paths"])
 
 
 def all_but(slots):
@@ -143,11 +153,6 @@ def assert_undisturbed(moment):
             assert lost_settings(onu["settings"], now["settings"]) == {}, name
 
 
-def kill(daemon):
-    os.kill(daemon.pid, signal.SIGKILL)
-    daemon.wait_for_end()
-
-
 def starts_said():
     return ask("dbman", "status")["notifications"].get("/olt/set/all/offline", 0)
 
@@ -155,7 +160,7 @@ def starts_said():
 def end_and_start_again(daemon, processes, meanwhile=lambda: None):
     """Kills the daemon, has something happen, starts another, and checks what becomes of the cards; gives the new
     daemon."""
-    kill(daemon)
+    daemon.kill()
     meanwhile()
     moment = Moment()
     print("killed: " + ", ".join(f"slot {slot} {card['state']}" for slot, card in moment.cards.items()))
@@ -212,7 +217,7 @@ def test_nothing_is_taken_from_cards_in_service_but_what_is_gone_or_unused(chass
 def test_a_card_left_between_its_mark_and_its_enabling_waits_for_a_reset(chassis, processes):
     _, _, daemon = chassis("1,2", *HELD, "--latency", "60ms", agree=False)
     wait_for(lambda: request(verb="get", card=2)["marker"], 60)
-    kill(daemon)
+    daemon.kill()
     moment = Moment()
     left = moment.left_disabled()
     assert "2" in left
