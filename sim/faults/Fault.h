@@ -23,6 +23,8 @@ public:
     std::uint32_t id() const { return number; }
     const FaultSettings& settings() const { return wanted; }
     TimePoint begins() const { return start; }
+    /// When it ends if it isn't used up or removed before; nothing when it goes on.
+    std::optional<TimePoint> ends() const { return end; }
     State state(TimePoint now) const;
 
     /// It may hit a datagram that passes the card in `slot` now, as it was before any fault.

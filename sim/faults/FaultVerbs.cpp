@@ -38,7 +38,16 @@ const char* directionOf(const FaultSettings& settings) {
     return "out";
 }
 
-Json faultRow(const Fault& fault, TimePoint now) {
+/// In nanoseconds on the journal's clock.
+Json endOf(const Fault& fault, const Journal& journal) {
+    if (!fault.ends()) {
+        return {};
+    }
+    const auto since = journal.sinceStart(*fault.ends());
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(since).count();
+}
+
+Json faultRow(const Fault& fault, ChassisWire& wire) {
     const auto& settings = fault.settings();
     Json options = Json::object();
     for (const auto& [name, text] : settings.texts) {
@@ -51,7 +60,8 @@ Json faultRow(const Fault& fault, TimePoint now) {
         {"request", settings.messageId ? Json(nameOfMessage(*settings.messageId)) : Json("all")},
         {"direction", directionOf(settings)},
         {"options", options},
-        {"state", nameOf(fault.state(now))},
+        {"state", nameOf(fault.state(wire.faults().now()))},
+        {"ends_ns", endOf(fault, wire.journal())},
         {"hits", fault.hits()},
         {"passed_by", fault.passedBy()}};
 }
@@ -87,13 +97,13 @@ FaultTexts optionTexts(const Json& request) {
 Json add(ChassisWire& wire, const Json& request) {
     const auto& fault =
         wire.addFault(parseFault(textMember(request, "kind"), optionTexts(request)));
-    return faultRow(fault, wire.faults().now());
+    return faultRow(fault, wire);
 }
 
 Json list(ChassisWire& wire, const Json&) {
     auto rows = Json::array();
     for (const auto& fault : wire.faults().all()) {
-        rows.push_back(faultRow(*fault, wire.faults().now()));
+        rows.push_back(faultRow(*fault, wire));
     }
     return {{"faults", rows}};
 }

@@ -40,6 +40,9 @@ public:
     Journal(std::size_t entries, const TimerQueue& timers,
             WallClock wallClock = &std::chrono::system_clock::now);
 
+    /// A moment as the entries tell theirs.
+    Duration sinceStart(TimePoint moment) const { return moment - start; }
+
     /// Before the first entry.
     void addSink(std::unique_ptr<JournalSink> sink);
 

@@ -4,6 +4,7 @@ namespace ponmgr::sim {
 namespace {
 
 using testing::HasSubstr;
+using namespace std::chrono_literals;
 
 class FaultVerbsTest : public FaultVerbsFixture {};
 
@@ -12,7 +13,7 @@ TEST_F(FaultVerbsTest, AddRepliesWithTheFaultAsItStands) {
     EXPECT_EQ(reply.dump(),
               R"({"fault":1,"kind":"drop","card":1,"request":"Get OLT Information",)"
               R"("direction":"out","options":{"card":"1","probability":"0.5","request":"0x0007"},)"
-              R"("state":"active","hits":0,"passed_by":0})");
+              R"("state":"active","ends_ns":null,"hits":0,"passed_by":0})");
 }
 
 TEST_F(FaultVerbsTest, AddTakesAProbabilityThatJsonWritesWithAnExponent) {
@@ -34,6 +35,24 @@ TEST_F(FaultVerbsTest, ListShowsStatesAndCounters) {
     EXPECT_EQ(rows[1].at("direction"), "in");
     EXPECT_EQ(rows[2].at("state"), "active");
     EXPECT_EQ(rows[2].at("hits"), 0);
+}
+
+TEST_F(FaultVerbsTest, TheEndOfAFaultIsToldOnTheClockOfTheJournal) {
+    advance(2s);
+    const auto added = addFault("drop", R"({"start":"500ms","for":"3s","direction":"in"})");
+    EXPECT_EQ(added.at("ends_ns"), 5'500'000'000);
+    advance(3500ms - settings.latency);
+    askCard(1, "0001");
+    askCard(1, "0002");
+    const auto entries = journal();
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[0].at("dropped"), "dropped by a fault");
+    EXPECT_LT(entries[0].at("time_ns"), added.at("ends_ns"));
+    EXPECT_TRUE(entries[1].at("dropped").is_null());
+    EXPECT_EQ(entries[1].at("time_ns"), added.at("ends_ns"));
+    const auto rows = request(R"({"verb":"fault","action":"list"})").at("faults");
+    EXPECT_EQ(rows[0].at("state"), "ended");
+    EXPECT_EQ(rows[0].at("ends_ns"), added.at("ends_ns"));
 }
 
 TEST_F(FaultVerbsTest, RemoveEndsOneFaultOrAll) {
