@@ -5,8 +5,9 @@ A round is played in steps: begin, end, wait until everything is right again, re
 leave wrong, and look at the slot without faults.
 """
 
+import time
 from collections import Counter, namedtuple
-from datetime import datetime
+from datetime import datetime, timezone
 
 from . import recovery
 from .measures import repeated
@@ -112,6 +113,7 @@ class Slot:
                                               for onu in (self.staying, self.leaving))
         self.resets = control("card", str(number), "get")["resets"]
         self.faults = {}  # by kind
+        self.ends = None  # when they do by themselves, on the same clock
 
     def onu(self, index):
         return f"{self.number}/{index}"
@@ -124,6 +126,7 @@ class Slot:
             added = control("fault", "add", kind, "--card", str(self.number), *KINDS[kind].options, *shared,
                             *lasting)
             self.faults[kind] = added["fault"]
+            self.ends = added["ends_ns"] / 1e9 if lasting else None
         self.since = datagrams()
         for vlan in VLANS_DURING:
             self.command(vlan)
@@ -131,11 +134,9 @@ class Slot:
         control("onu", self.coming, "plug")
 
     def note_end(self, removed_at):
-        """When its faults have ended: when they were removed, or so long after the first datagram behind their
-        beginning."""
-        first, = request(verb="journal", card=self.number, after=self.since, last=1)["entries"]
-        by_itself = seconds(first) + self.lasts if self.lasts else removed_at
-        self.ended_at = min(by_itself, removed_at)
+        """When its faults have ended: by themselves, or when they were removed."""
+        assert self.ends is None or self.ends <= removed_at
+        self.ended_at = self.ends or removed_at
 
     def command(self, vlan):
         ask("dbman", "onu", "vlan", self.staying_mac, str(vlan), "--slot", str(self.number))
@@ -191,8 +192,10 @@ def answered_twice(slot, since):
 
 
 def simulator_clock():
-    """The time of the newest datagram of all; everything that happens now is later."""
-    return seconds(request(verb="journal", last=1)["entries"][-1])
+    """The time now on the clock that the journal has; the newest datagram's says what that showed."""
+    newest = request(verb="journal", last=1)["entries"][-1]
+    passed = moment(newest["wall"]).replace(tzinfo=timezone.utc).timestamp()
+    return seconds(newest) + time.time() - passed
 
 
 class Round:
@@ -225,8 +228,8 @@ class Round:
         wait_for(lambda: not any(slot.kinds_without_effect() for slot in self.slots), HIT_LIMIT,
                  lambda: "every fault has hit; there are without effect: " +
                          str({slot.kinds: slot.kinds_without_effect() for slot in self.slots}), 0.3)
-        control("fault", "remove", "all")
         removed_at = simulator_clock()
+        request(verb="fault", action="remove", fault="all")
         for slot in self.slots:
             slot.note_end(removed_at)
 
@@ -249,17 +252,19 @@ class Round:
 
     def wait_until_right(self, slots, limits, since, whole):
         """Waits for these slots, each at most as long as its limit from its time in `since`, on the
-        simulator's clock; gives the seconds that each has taken, without those that took longer."""
+        simulator's clock; gives the seconds that each has taken, up to the end of the look that found it right,
+        without those that took longer."""
         took, missing, longest = {}, list(slots), max(limits.values())
 
         def look():
-            looked_at, there, true = simulator_clock(), inventory(), truth()
+            there, true = inventory(), truth()
             rows = {row["slot"]: row for row in request(verb="list")["cards"]}
-            for slot in list(missing):
-                if (slot.is_right(there, true, whole) and slot.is_served(rows[slot.number], whole) and
-                        slot.is_refreshed(since[slot])):
-                    took[slot] = looked_at - since[slot]
-                    missing.remove(slot)
+            right = [slot for slot in missing if slot.is_right(there, true, whole)
+                     and slot.is_served(rows[slot.number], whole) and slot.is_refreshed(since[slot])]
+            looked_at = simulator_clock()
+            for slot in right:
+                took[slot] = looked_at - since[slot]
+                missing.remove(slot)
             return not missing or looked_at - max(since.values()) > longest
 
         wait_for(look, 2 * longest, "the cards are asked at all", 0.5)
