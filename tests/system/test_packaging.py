@@ -96,7 +96,7 @@ def ask_dbman(*asked):
 @pytest.fixture
 def product(processes, user, monkeypatch):
     """The product in service, started as the units say, where a stranger was first at the paths in the common
-    /tmp, in front of two cards."""
+    /tmp, with a card in each slot."""
     with ExitStack() as strangers:
         for path in (COMMANDS, NOTIFICATIONS):
             strangers.enter_context(listening(path))
@@ -104,20 +104,24 @@ def product(processes, user, monkeypatch):
         make_folders()
         network = re.sub(r"\d+$", "0/24", following("--base"))
         subprocess.run(["ip", "route", "add", "local", network, "dev", "lo"], check=True)
-        processes("chassis-sim", "--slots", "1,8", "--onus", "1", "--configured", "--base",
+        processes("chassis-sim", "--slots", following("--slots"), "--onus", "1", "--configured", "--base",
                   following("--base")).wait_for_line("chassis-sim ready")
         programs = {name: open_to_all(name) for name in UNITS}
         processes(*of_somebody(programs["dbman"], *words("dbman")[1:]))
         monkeypatch.setenv("PATH", f"{programs['dbman'].parent}:{os.environ['PATH']}")
         subprocess.run(of_somebody(*words("dbman", "ExecStartPost")), check=True, timeout=60)
         daemon = processes(*of_somebody(programs["ponmgrd"], *words("ponmgrd")[1:]))
-        wait_in_service()
-        wait_for(agreed, 60)
+        wait_in_service("100s")
+        wait_for_agreement()
         yield daemon
 
 
-def agreed():
-    return inventory(lambda _, *asked: ask_dbman(*asked)) == truth()
+def shown():
+    return inventory(lambda _, *asked: ask_dbman(*asked))
+
+
+def wait_for_agreement():
+    wait_for(lambda: shown() == truth(), 60, lambda: f"the inventory {shown()} is the truth {truth()}")
 
 
 def test_started_as_the_units_say_the_product_doesnt_meet_who_was_first_in_the_common_tmp(product):
@@ -152,8 +156,8 @@ def test_the_packet_filter_keeps_others_from_the_cards_and_lets_the_product_thro
     ask_dbman("slot", "disable", "1")
     wait_for(lambda: not enabled())
     ask_dbman("slot", "enable", "1")
-    wait_in_service()
-    wait_for(agreed, 60)
+    wait_in_service("100s")
+    wait_for_agreement()
 
 
 @LONG
