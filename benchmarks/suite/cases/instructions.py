@@ -3,23 +3,27 @@
 import re
 import signal
 import subprocess
-import time
+from collections import Counter
 from dataclasses import dataclass
 
+from support.waiting import wait_for
+
+from .. import journal
 from ..manager import Manager
 from ..rows import Row, by_turns
 from ..surroundings import say
-from .box import settle
+from .box import CARDS, READING as LEVELS, settle
 
 NAME = "instructions"
 ANSWERS = "instructions of one steady pass over a card, by its ONUs"
 IN_QUICK = False
 
 SIZES = (8, 64, 248)
-# A round of optical levels: they are read in one pass of 32.
-SECONDS = 33
+# Levels are read in one pass of 32, which take half a minute, and longer under callgrind.
+LONGEST_ROUND = 300
 PASS = "ponmgr::PONCardTask::pollCard("
 READING = "ponmgr::PONCardHelper::doGetAllOnuOpticsPower("
+READING_OF_ONE = "ponmgr::PONCardHelper::doGetOnuOpticsPower("
 RECHECK = "ponmgr::PONCardHelper::doRecheckConfiguration("
 
 
@@ -54,32 +58,67 @@ def growth(counted, what, part):
     return Row(f"what an ONU adds to {what} between {middle} and {large}", f"between {small} and {middle}", added)
 
 
+class Readings:
+    """Which cards' levels are being read, and how often each card's have been, by a journal that is being
+    written. A reading has ended when its card is asked for something else."""
+
+    def __init__(self, path):
+        self.journal = journal.Reader(path)
+        self.asked = {}  # by card, what it was asked for last
+        self.ended = Counter()
+
+    def look(self):
+        for datagram in self.journal.more():
+            if datagram.direction == journal.IN:
+                self.ended[datagram.card] += self.asked.get(datagram.card) == LEVELS != datagram.id
+                self.asked[datagram.card] = datagram.id
+
+    def goes_on(self):
+        self.look()
+        return LEVELS in self.asked.values()
+
+    def has_each_card_since(self, earlier):
+        """And none goes on; `earlier` is what `ended` was."""
+        return not self.goes_on() and sum(self.ended[card] > earlier[card] for card in self.ended) == CARDS
+
+
 def steady(bench, onus):
-    """Of the passes in a time in which each card's levels are read."""
+    """Of the passes in a time in which each card's levels are read, from the first to the last ONU: the count
+    begins and ends between readings."""
     say(f"  {onus} ONUs a card")
     folder = bench.new_folder()
-    bench.simulator("--onus", onus // 2, "--configured", "--optics-interval", "0", "--journal", "1000")
+    bench.simulator("--onus", onus // 2, "--configured", "--optics-interval", "0", "--journal-file",
+                    folder / "journal")
     manager = Manager()
     daemon = bench.start("callgrind", "--tool=callgrind", "--instr-atstart=no",
                          f"--callgrind-out-file={folder}/out", bench.program("ponmgrd"),
                          program="/usr/bin/valgrind")
     settle(manager, onus)
+    readings = Readings(folder / "journal")
+    wait_for(lambda: not readings.goes_on(), LONGEST_ROUND, "no card's levels are being read", 0.2)
+    before = readings.ended.copy()
     subprocess.run(["callgrind_control", "-i", "on", str(daemon.pid)], check=True, capture_output=True)
-    time.sleep(SECONDS)
+    wait_for(lambda: readings.has_each_card_since(before), LONGEST_ROUND, "each card's levels have been read",
+             0.2)
     daemon.process.send_signal(signal.SIGTERM)
     daemon.wait_for_end(60)
     bench.stop_all()
     manager.close()
-    return read((folder / "out").read_text())
+    return read((folder / "out").read_text(), onus)
 
 
-def read(text):
-    """From what callgrind wrote: each function's cost with all that it calls, by its calls."""
+def read(text, onus):
+    """From what callgrind wrote: each function's cost with all that it calls, by its calls. RuntimeError when
+    the count began or ended within a reading of the levels of `onus` ONUs."""
     cost, passes = inclusive(text, PASS)
     reading, readings = inclusive(text, READING)
+    _, read_onus = inclusive(text, READING_OF_ONE)
     recheck, _ = inclusive(text, RECHECK)
     if passes == 0 or readings == 0:
         raise RuntimeError(f"callgrind has seen {passes} calls of {PASS}...) and {readings} of {READING}...)")
+    if read_onus != readings * onus:
+        raise RuntimeError(f"callgrind has seen {readings} readings of {onus} ONUs, but {read_onus} ONUs: one "
+                           "was cut off")
     return Counted((cost - reading - recheck) / passes, reading / readings)
 
 
