@@ -24,7 +24,7 @@ Builds the product and runs all of it in a network of its own, with eight cards,
 the wire, troubles of cards and ONUs, and commands, in rounds: a storm, then a calm in which everything
 must be right within %d seconds. Inventory, memory, descriptors, threads and queues are judged every 10
 seconds. Ends with a report, and with status 0 when all was well, 1 when not. Ctrl-C ends it early: after one calm
-more, or at once when pressed again.
+more, or at once when pressed again. It takes DURATION and, the first time, a few minutes before to build.
 """ % RECOVERY_LIMIT
 
 
