@@ -23,10 +23,6 @@ if(PONMGR_SANITIZE)
     target_link_options(ponmgr_options INTERFACE ${sanitizer_options})
     # gcc's flow analysis sees through the sanitizers' own calls and warns about code that is not there.
     target_compile_options(ponmgr_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
-    # clang looks at an object's type through a pipe, and reports an error where tests leave it none. The
-    # fuzzers always have one.
-    set(tests_leave_no_pipe "$<AND:$<CXX_COMPILER_ID:Clang>,$<NOT:$<BOOL:${PONMGR_FUZZ}>>>")
-    target_compile_options(ponmgr_options INTERFACE $<${tests_leave_no_pipe}:-fno-sanitize=vptr>)
 endif()
 
 if(PONMGR_FUZZ)

@@ -227,6 +227,15 @@ private:
     rlimit before{};
 };
 
+void expectAFailure() {
+    try {
+        ControlServer("/tmp/missing/test.ctl", echo, ignore).listen();
+        ADD_FAILURE() << "it listens in a folder that isn't there";
+    } catch (const Failure& failure) {
+        EXPECT_THAT(failure.what(), HasSubstr("No such file or directory"));
+    }
+}
+
 TEST_F(ControlServerTest, RestsWhileNoDescriptorIsLeftAndSaysSoOnce) {
     std::mutex mutex;
     std::vector<std::string> errors;
@@ -238,6 +247,10 @@ TEST_F(ControlServerTest, RestsWhileNoDescriptorIsLeftAndSaysSoOnce) {
         const std::lock_guard lock(mutex);
         return errors.size();
     };
+    // The sanitizers look at a type for the first time with descriptors of their own.
+    start();
+    EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
+    expectAFailure();
     poor.listen();
     const auto waiting = connectLocal("/tmp/poor.ctl", 10);
     {

@@ -163,23 +163,30 @@ TEST(ControlSocket, AcceptsAgainWhenThereAreDescriptorsAgain) {
                     [](const Card&, Endpoint, std::span<const std::uint8_t>) { return true; });
     ControlVerbs verbs(chassis, loop.timers());
     const ControlServer server(loop, RunningSimulator::kControlPath, verbs);
+    const auto runUntilSessions = [&](std::size_t sessions) {
+        loop.timers().after(60s, [&] { loop.stop(); });
+        loop.setAfterBatch([&, sessions] {
+            if (server.sessionCount() == sessions) {
+                loop.stop();
+            }
+        });
+        loop.run();
+        ASSERT_EQ(server.sessionCount(), sessions);
+    };
+    // The sanitizers look at a type for the first time with descriptors of their own.
+    const auto earlier = connectTo(RunningSimulator::kControlPath);
+    runUntilSessions(1);
     const auto client = connectTo(RunningSimulator::kControlPath);
     rlimit usual{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
     const rlimit none{0, usual.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    loop.setAfterBatch(nullptr);
     loop.timers().after(5ms, [&] { loop.stop(); });
     loop.run();
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
-    ASSERT_EQ(server.sessionCount(), 0U);
-    loop.timers().after(10s, [&] { loop.stop(); });
-    loop.setAfterBatch([&] {
-        if (server.sessionCount() == 1) {
-            loop.stop();
-        }
-    });
-    loop.run();
-    EXPECT_EQ(server.sessionCount(), 1U);
+    ASSERT_EQ(server.sessionCount(), 1U);
+    runUntilSessions(2);
 }
 
 TEST(ControlSocket, TurnsAwayOtherUsers) {
