@@ -16,7 +16,7 @@ constexpr std::string_view kReportTimeout = "Report Timeout";
 constexpr std::string_view kDyingGasp = "Standard Dying Gasp";
 
 constexpr int kFirstSlot = 1;
-constexpr int kLastSlot = 8;
+constexpr int kLastSlot = AlarmStates::kSlots;
 
 bool isOfLink(const AlarmKey& key, const std::string& macAddress) {
     return (key.resource.starts_with(kOnuLink) || key.resource.starts_with(kOltLink)) &&
@@ -33,17 +33,18 @@ void AlarmStates::load(const std::vector<AlarmState>& states) {
     const std::lock_guard lock(mutex);
     for (const auto& state : states) {
         statesByKey[state.key] = state;
-        if (!state.isRaised) {
-            clearedByTime.emplace(state.lastChange, state.key);
+        slots[state.key.slot].which(state.isRaised).emplace(state.lastChange, state.key);
+    }
+    for (auto& [number, slot] : slots) {
+        while (slot.size() > kMaximumStatesOfASlot) {
+            forgetOldest(slot);
         }
     }
 }
 
 bool AlarmStates::report(const AlarmKey& key, bool isRaised, Time time) {
     const std::lock_guard lock(mutex);
-    if (!makeRoomFor(key)) {
-        return false;
-    }
+    const bool displaced = makeRoomFor(key);
     auto& state = statesByKey[key];
     state.key = key;
     if (isRaised) {
@@ -55,7 +56,7 @@ bool AlarmStates::report(const AlarmKey& key, bool isRaised, Time time) {
     if (!isRaised && key.alarm == kReportTimeout && key.resource.starts_with(kOnuLink)) {
         clearLosses(key.resource, time);
     }
-    return true;
+    return displaced;
 }
 
 // In every slot: it may have been plugged in at another card.
@@ -76,44 +77,47 @@ void AlarmStates::linkIsOnline(const std::string& macAddress, Time time) {
 }
 
 bool AlarmStates::makeRoomFor(const AlarmKey& key) {
-    if (statesByKey.size() < kMaximumStates || statesByKey.contains(key)) {
-        return true;
-    }
-    if (clearedByTime.empty()) {
-        return false;
-    }
-    forgetOldestCleared();
-    return true;
+    auto& slot = slots[key.slot];
+    return slot.size() >= kMaximumStatesOfASlot && !statesByKey.contains(key) && forgetOldest(slot);
 }
 
-void AlarmStates::forgetOldestCleared() {
-    const auto oldest = clearedByTime.begin();
-    noteChange(oldest->second);
-    statesByKey.erase(oldest->second);
-    clearedByTime.erase(oldest);
+// Returns whether it was a raised one.
+bool AlarmStates::forgetOldest(OfSlot& slot) {
+    const bool isRaised = slot.cleared.empty();
+    forgetFirst(slot.which(isRaised));
+    return isRaised;
+}
+
+void AlarmStates::forgetFirst(ByTime& keys) {
+    const auto first = keys.begin();
+    noteChange(first->second);
+    statesByKey.erase(first->second);
+    keys.erase(first);
+}
+
+void AlarmStates::put(AlarmState& state, bool isRaised, Time time) {
+    auto& slot = slots[state.key.slot];
+    slot.which(state.isRaised).erase({state.lastChange, state.key});
+    slot.which(isRaised).emplace(time, state.key);
+    state.isRaised = isRaised;
+    state.lastChange = time;
+    noteChange(state.key);
 }
 
 void AlarmStates::raise(AlarmState& state, Time time) {
-    clearedByTime.erase({state.lastChange, state.key});
     if (!state.isRaised) {
         state.raised = time;
         state.cleared.reset();
     }
-    state.isRaised = true;
     ++state.count;
-    state.lastChange = time;
-    noteChange(state.key);
+    put(state, true, time);
 }
 
 void AlarmStates::clear(AlarmState& state, Time time) {
-    clearedByTime.erase({state.lastChange, state.key});
-    clearedByTime.emplace(time, state.key);
     if (state.isRaised || !state.cleared) {
         state.cleared = time;
     }
-    state.isRaised = false;
-    state.lastChange = time;
-    noteChange(state.key);
+    put(state, false, time);
 }
 
 void AlarmStates::clearLink(const std::string& macAddress, Time time) {
@@ -127,8 +131,10 @@ void AlarmStates::clearLink(const std::string& macAddress, Time time) {
 
 void AlarmStates::forgetClearedBefore(Time limit) {
     const std::lock_guard lock(mutex);
-    while (!clearedByTime.empty() && clearedByTime.begin()->first < limit) {
-        forgetOldestCleared();
+    for (auto& [number, slot] : slots) {
+        while (!slot.cleared.empty() && slot.cleared.begin()->first < limit) {
+            forgetFirst(slot.cleared);
+        }
     }
 }
 

@@ -53,17 +53,22 @@ struct AlarmChanges {
 /// returned is a copy.
 class AlarmStates {
 public:
-    /// Past this number a new state takes the place of the one that has been cleared for longest.
-    static constexpr std::size_t kMaximumStates = 16'384;
+    /// Past this number a new state takes the place of another one of its slot: of the one that has
+    /// been cleared for longest, or, when none is cleared, of the raised one that was reported
+    /// longest ago. So a card that invents alarms displaces its own ones only.
+    static constexpr std::size_t kMaximumStatesOfASlot = 2048;
+    static constexpr std::size_t kSlots = 8;
+    static constexpr std::size_t kMaximumStates = kSlots * kMaximumStatesOfASlot;
 
-    /// Takes over states of a former run; they count as unchanged.
+    /// Takes over states of a former run; they count as unchanged. Those that are too many for
+    /// their slot make room.
     void load(const std::vector<AlarmState>& states);
 
     /// Takes over a report of the daemon at `time`. Raised twice counts twice; a clearing without a
     /// raising makes a cleared state that counts 0. A link's move is over as soon as it has
     /// happened: its state is counted and cleared at once. A link that reports again has neither
-    /// a report timeout any more nor a dying gasp, whatever the slot. False: there are too many
-    /// raised alarms.
+    /// a report timeout any more nor a dying gasp, whatever the slot. Returns whether a raised
+    /// alarm of the slot made room.
     bool report(const AlarmKey& key, bool isRaised, Time time);
 
     /// The ONU link of this MAC address is on-line, behind whatever card: it has lost nothing.
@@ -88,19 +93,31 @@ public:
     void markChanged(const AlarmChanges& changes);
 
 private:
+    using ByTime = std::set<std::pair<Time, AlarmKey>>;
+
+    /// The keys of a slot's states, by the last change of each.
+    struct OfSlot {
+        ByTime raised;
+        ByTime cleared;
+
+        ByTime& which(bool isRaised) { return isRaised ? raised : cleared; }
+        std::size_t size() const { return raised.size() + cleared.size(); }
+    };
+
     // All of them need the mutex.
     void noteChange(const AlarmKey& key);
     bool makeRoomFor(const AlarmKey& key);
+    bool forgetOldest(OfSlot& slot);
+    void forgetFirst(ByTime& keys);
+    void put(AlarmState& state, bool isRaised, Time time);
     void clearLosses(const std::string& link, Time time);
     void raise(AlarmState& state, Time time);
     void clear(AlarmState& state, Time time);
-    void forgetOldestCleared();
 
     mutable std::mutex mutex;
     // Guarded by mutex. A changed key that has no state was removed.
     std::map<AlarmKey, AlarmState> statesByKey;
-    // Those that are cleared, by their last change.
-    std::set<std::pair<Time, AlarmKey>> clearedByTime;
+    std::map<int, OfSlot> slots;
     std::set<AlarmKey> changed;
     bool allChanged = false;
 };

@@ -19,6 +19,7 @@ constexpr int kLastPort = 1;
 constexpr int kFirstVlan = 1;
 constexpr int kLastVlan = 4095;
 constexpr int kMacAddressPairs = 6;
+constexpr int kMostRows = 1'000'000'000;
 constexpr int kHighestCount = 10'000;
 constexpr int kLongestDays = 3650;
 
@@ -176,6 +177,14 @@ int parseCount(std::string_view text) {
         refuse("count", text, "a number from 1 to 10000");
     }
     return count;
+}
+
+int parseRows(std::string_view text) {
+    int rows = 0;
+    if (!readNumber(text, 1, kMostRows, rows)) {
+        refuse("number of rows", text, "a number from 1 to 1000000000");
+    }
+    return rows;
 }
 
 std::uint32_t parseIpv4(const std::string& text) {

@@ -53,6 +53,9 @@ std::chrono::seconds parseDuration(std::string_view text);
 /// How many of something are wanted, 1 to 10000.
 int parseCount(std::string_view text);
 
+/// How many rows a table keeps, 1 to 1000000000.
+int parseRows(std::string_view text);
+
 /// An IPv4 address in dotted form; returned in the host's byte order.
 std::uint32_t parseIpv4(const std::string& text);
 

@@ -115,7 +115,8 @@ constexpr std::array kServe = {
              "The database's file ($XDG_STATE_HOME/ponmgr/dbman.db, or the same below "
              "~/.local/state)"},
     Argument{"--retain", Kind::retention,
-             "How long a table's rows are kept, such as optics=30d; may be there many times"},
+             "How long a table's rows are kept, such as optics=30d, and how many, such as "
+             "optics=30d,500000; may be there many times"},
     Argument{"--quiet", Kind::flag, "Show only what goes wrong"},
 };
 

@@ -26,6 +26,11 @@ void Counters::countMalformed() {
     ++malformed;
 }
 
+void Counters::countDisplacedAlarms(std::size_t number) {
+    const std::lock_guard lock(mutex);
+    displacedAlarms += number;
+}
+
 void Counters::countLinkError() {
     const std::lock_guard lock(mutex);
     ++linkErrors;
@@ -52,6 +57,7 @@ OrderedJson Counters::toJson() const {
     }
     json["unknown"] = unknown;
     json["malformed"] = malformed;
+    json["alarms_displaced"] = displacedAlarms;
     json["link_errors"] = linkErrors;
     json["commands_sent"] = sent;
     json["commands_failed"] = failed;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -24,12 +25,14 @@ public:
     void countNotification(std::string_view uri);
     void countUnknown();
     void countMalformed();
+    /// Raised alarms that made room for newer ones of their slots.
+    void countDisplacedAlarms(std::size_t number);
     void countLinkError();
     void countSent();
     void countFailed();
 
-    /// {"uptime_seconds":..,"notifications":{uri:..},"unknown":..,"malformed":..,"link_errors":..,
-    /// "commands_sent":..,"commands_failed":..}
+    /// {"uptime_seconds":..,"notifications":{uri:..},"unknown":..,"malformed":..,
+    /// "alarms_displaced":..,"link_errors":..,"commands_sent":..,"commands_failed":..}
     OrderedJson toJson() const;
 
 private:
@@ -39,6 +42,7 @@ private:
     std::map<std::string, std::uint64_t, std::less<>> notifications;
     std::uint64_t unknown = 0;
     std::uint64_t malformed = 0;
+    std::uint64_t displacedAlarms = 0;
     std::uint64_t linkErrors = 0;
     std::uint64_t sent = 0;
     std::uint64_t failed = 0;

@@ -1,5 +1,8 @@
 #include "dbman/Inventory.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace ponmgr::dbman {
 
 namespace {
@@ -13,6 +16,15 @@ State stateOf(const Record& record, State otherwise) {
         return otherwise;
     }
     return found->second == "1" ? State::online : State::offline;
+}
+
+/// Off-line ones make room before the others, and of those the one that was reported longest ago.
+bool makesRoomBefore(const std::map<std::string, Onu>::iterator& left,
+                     const std::map<std::string, Onu>::iterator& right) {
+    const auto rank = [](const Onu& onu) {
+        return std::make_pair(onu.state != State::offline, onu.lastReport);
+    };
+    return rank(left->second) < rank(right->second);
 }
 
 void merge(Record& into, const Record& from) {
@@ -60,6 +72,10 @@ void Inventory::load(const std::vector<Card>& cards, const std::vector<Onu>& onu
     }
     for (const auto& onu : onus) {
         onusByMacAddress[onu.macAddress] = onu;
+    }
+    forgetSurplus(std::nullopt);
+    for (int slot = 1; slot <= kSlots; slot++) {
+        forgetSurplus(slot);
     }
 }
 
@@ -114,7 +130,7 @@ void Inventory::updateCard(int slot, const Record& record, std::vector<Record> m
 bool Inventory::updateOnu(const std::string& macAddress, std::optional<int> slot,
                           const Record& record, Time time) {
     const std::lock_guard lock(mutex);
-    if (!makeRoomFor(macAddress)) {
+    if (!makeRoomFor(macAddress, slot)) {
         return false;
     }
     auto& onu = onusByMacAddress[macAddress];
@@ -128,24 +144,47 @@ bool Inventory::updateOnu(const std::string& macAddress, std::optional<int> slot
     return true;
 }
 
-bool Inventory::makeRoomFor(const std::string& macAddress) {
-    if (onusByMacAddress.size() < kMaximumOnus || onusByMacAddress.contains(macAddress)) {
+// Also for one that comes from another slot. One that stays where it is needs no room.
+bool Inventory::makeRoomFor(const std::string& macAddress, std::optional<int> slot) {
+    const auto known = onusByMacAddress.find(macAddress);
+    if (known != onusByMacAddress.end() && (!slot || known->second.slot == slot)) {
         return true;
     }
+    std::size_t count = 0;
     auto oldest = onusByMacAddress.end();
     for (auto onu = onusByMacAddress.begin(); onu != onusByMacAddress.end(); ++onu) {
-        if (onu->second.state == State::offline &&
-            (oldest == onusByMacAddress.end() ||
-             onu->second.lastReport < oldest->second.lastReport)) {
-            oldest = onu;
+        if (onu->second.slot == slot) {
+            ++count;
+            oldest =
+                oldest == onusByMacAddress.end() || makesRoomBefore(onu, oldest) ? onu : oldest;
         }
     }
-    if (oldest == onusByMacAddress.end()) {
+    if (count < kMaximumOnusOfASlot) {
+        return true;
+    }
+    if (oldest->second.state != State::offline) {
         return false;
     }
-    noteChange(oldest->first);
-    onusByMacAddress.erase(oldest);
+    forget(oldest);
     return true;
+}
+
+void Inventory::forgetSurplus(std::optional<int> slot) {
+    std::vector<Place> onus;
+    for (auto onu = onusByMacAddress.begin(); onu != onusByMacAddress.end(); ++onu) {
+        if (onu->second.slot == slot) {
+            onus.push_back(onu);
+        }
+    }
+    std::sort(onus.begin(), onus.end(), makesRoomBefore);
+    for (std::size_t index = 0; index + kMaximumOnusOfASlot < onus.size(); ++index) {
+        forget(onus[index]);
+    }
+}
+
+void Inventory::forget(Place onu) {
+    noteChange(onu->first);
+    onusByMacAddress.erase(onu);
 }
 
 bool Inventory::removeOnu(const std::string& macAddress) {

@@ -25,15 +25,18 @@ struct InventoryChanges {
 /// what is returned is a copy.
 class Inventory {
 public:
-    /// More ONUs than eight cards can have. Past this number a further one takes the place of the
-    /// off-line one that was reported longest ago; it is refused when there is none.
-    static constexpr std::size_t kMaximumOnus = 4096;
+    /// More ONUs than a card can have. Past this number a further one of a slot takes the place of
+    /// the slot's off-line one that was reported longest ago; it is refused when there is none.
+    /// Those whose slot isn't known count as one slot more.
+    static constexpr std::size_t kMaximumOnusOfASlot = 512;
+    static constexpr int kSlots = 8;
+    static constexpr std::size_t kMaximumOnus = (kSlots + 1) * kMaximumOnusOfASlot;
 
     /// Begins with one card of unknown state for each configured slot.
     explicit Inventory(const SlotConfiguration& configuration);
 
     /// Takes over what a former run has known; it counts as unchanged, and as not reported since
-    /// the start.
+    /// the start. ONUs that are too many for their slot make room, on-line ones last.
     void load(const std::vector<Card>& cards, const std::vector<Onu>& onus);
 
     /// A slot's card has this address from now on; without one, nobody watches the card any more
@@ -51,7 +54,7 @@ public:
     void updateCard(int slot, const Record& record, std::vector<Record> moduleOltTable, Time time);
 
     /// Takes over an ONU's report in the same way; `slot` without a value leaves the slot alone.
-    /// False: the inventory is full.
+    /// False: the slot is full, and nothing is taken over.
     bool updateOnu(const std::string& macAddress, std::optional<int> slot, const Record& record,
                    Time time);
 
@@ -75,9 +78,13 @@ public:
     void markChanged(const InventoryChanges& changes);
 
 private:
-    // Both need the mutex.
+    using Place = std::map<std::string, Onu>::iterator;
+
+    // All of them need the mutex.
     void noteChange(const std::string& macAddress);
-    bool makeRoomFor(const std::string& macAddress);
+    bool makeRoomFor(const std::string& macAddress, std::optional<int> slot);
+    void forgetSurplus(std::optional<int> slot);
+    void forget(Place onu);
 
     mutable std::mutex mutex;
     // Guarded by mutex. A changed ONU that isn't there was removed.

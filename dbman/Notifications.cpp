@@ -223,7 +223,8 @@ Notifications::Lines Notifications::updateOnu(const Json& data) {
     const auto slot = onuSlotOf(data);
     const auto before = state.inventory.findOnu(macAddress);
     if (!state.inventory.updateOnu(macAddress, slot, recordOf(data), output.now())) {
-        throw MalformedMessage("one ONU more than " + std::to_string(Inventory::kMaximumOnus));
+        throw MalformedMessage("one ONU more than " +
+                               std::to_string(Inventory::kMaximumOnusOfASlot) + " of a slot");
     }
     if (stringMember(data, "online_status") == "1") {
         // Its return may have been reported while nobody listened.
@@ -253,8 +254,11 @@ Notifications::Lines Notifications::takeAlarms(const Json& data) {
     }
     Lines lines;
     std::size_t refused = 0;
+    std::size_t displaced = 0;
     for (const auto& row : *list) {
-        refused += takeAlarm(row) ? 0 : 1;
+        const auto taken = takeAlarm(row);
+        refused += taken == Taken::refused ? 1 : 0;
+        displaced += taken == Taken::inPlaceOfARaised ? 1 : 0;
         if (lines.size() < kMaximumAlarmsShown) {
             lines.push_back(alarmLine(row));
         }
@@ -266,10 +270,15 @@ Notifications::Lines Notifications::takeAlarms(const Json& data) {
         counters.countMalformed();
         lines.push_back(std::to_string(refused) + " of them changed no alarm state");
     }
+    if (displaced > 0) {
+        counters.countDisplacedAlarms(displaced);
+        lines.push_back(std::to_string(displaced) + " active alarms made room: more than " +
+                        std::to_string(AlarmStates::kMaximumStatesOfASlot) + " of a slot");
+    }
     return lines.empty() ? Lines{"no alarm"} : lines;
 }
 
-bool Notifications::takeAlarm(const Json& row) {
+Notifications::Taken Notifications::takeAlarm(const Json& row) {
     AlarmEvent event;
     event.time = output.now();
     event.key.resource = cutText(stringMember(row, "label"), kMaximumAlarmTextBytes);
@@ -280,14 +289,14 @@ bool Notifications::takeAlarm(const Json& row) {
     try {
         event.key.slot = parseSlot(stringMember(row, "slot_id"));
     } catch (const ArgumentError&) {
-        return false;
+        return Taken::refused;
     }
-    if (event.key.alarm.empty() || (!event.isRaised && told != kCleared) ||
-        !state.alarms.report(event.key, event.isRaised, event.time)) {
-        return false;
+    if (event.key.alarm.empty() || (!event.isRaised && told != kCleared)) {
+        return Taken::refused;
     }
+    const bool displaced = state.alarms.report(event.key, event.isRaised, event.time);
     keep(std::move(event));
-    return true;
+    return displaced ? Taken::inPlaceOfARaised : Taken::asState;
 }
 
 }  // namespace ponmgr::dbman

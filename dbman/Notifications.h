@@ -54,8 +54,10 @@ private:
     Lines updateCard(const Json& data);
     Lines updateOnu(const Json& data);
     Lines takeAlarms(const Json& data);
-    /// False when it is no alarm of a slot, or there are too many.
-    bool takeAlarm(const Json& row);
+    enum class Taken { refused, asState, inPlaceOfARaised };
+
+    /// Refused is what is no alarm of a slot.
+    Taken takeAlarm(const Json& row);
     void keepModuleLevels(const std::optional<Card>& before, const Card& card);
 
     // Constant after construction; each synchronises itself.

@@ -62,6 +62,7 @@ constexpr std::array kStatusRows = {
     Column{"uptime in seconds", "uptime_seconds"},
     Column{"unknown uris", "unknown"},
     Column{"malformed messages", "malformed"},
+    Column{"active alarms displaced", "alarms_displaced"},
     Column{"link errors", "link_errors"},
     Column{"commands sent", "commands_sent"},
     Column{"commands failed", "commands_failed"},

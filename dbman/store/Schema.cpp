@@ -87,6 +87,11 @@ CREATE TABLE events (
     text TEXT NOT NULL);
 CREATE INDEX events_by_time ON events (time);
 )sql",
+    // What has happened, by the slots.
+    R"sql(
+CREATE INDEX optics_by_slot ON optics (slot_id, time);
+CREATE INDEX alarm_events_by_slot ON alarm_events (slot_id, time);
+)sql",
 };
 
 std::int64_t checkedVersion(Database& database, const std::string& file) {

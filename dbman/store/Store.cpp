@@ -58,6 +58,7 @@ StoredState Store::open() {
         migrate(*database, options.file);
         database->run(kSettings);
         writer = std::make_unique<RowWriter>(*database);
+        pruner = std::make_unique<Pruner>(*database, options.retention);
         reader = std::make_unique<HistoryReader>(options.file);
         return readStoredState(*database, EventLog::kKept);
     } catch (const StoreError& failure) {
@@ -86,6 +87,7 @@ void Store::stop() {
     }
     checkpoints.reset();
     reader.reset();
+    pruner.reset();
     writer.reset();
     database.reset();
     file.reset();
@@ -233,20 +235,29 @@ bool Store::writeSome(std::vector<HistoryRow> rows) {
 }
 
 void Store::prune(Lock& lock) {
-    lock.unlock();
-    std::size_t deleted = 0;
+    bool goesOn = true;
+    // What comes meanwhile is written after the step that is being taken. One is taken in any case,
+    // as in a storm something always waits.
+    do {
+        lock.unlock();
+        goesOn = pruneStep();
+        lock.lock();
+    } while (goesOn && !hasWork() && !stopping);
+    nextPruning =
+        options.time->now() + (goesOn ? std::chrono::milliseconds(0) : options.pruneInterval);
+    // Alarm states may have been forgotten.
+    noteWork();
+}
+
+bool Store::pruneStep() {
     try {
         const auto now = clock();
-        state.alarms.forgetClearedBefore(now - options.retention.of(AgingTable::alarms));
-        deleted = pruneSome(*database, options.retention, now);
-    } catch (const StoreError&) {  // NOLINT(bugprone-empty-catch)
-        // What is too old can wait. That nothing can be written, the next row says.
+        state.alarms.forgetClearedBefore(now - options.retention.ageOf(AgingTable::alarms));
+        return pruner->step(now);
+    } catch (const StoreError&) {
+        // What is too old, or too much, can wait. That nothing can be written, the next row says.
+        return false;
     }
-    lock.lock();
-    // More of them come after what waits, so that nothing waits for long.
-    nextPruning =
-        options.time->now() + (deleted > 0 ? std::chrono::milliseconds(0) : options.pruneInterval);
-    noteWork();
 }
 
 void Store::succeed(Lock& lock) {

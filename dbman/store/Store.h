@@ -14,6 +14,7 @@
 #include "dbman/store/Checkpoints.h"
 #include "dbman/store/DatabaseFile.h"
 #include "dbman/store/HistoryReader.h"
+#include "dbman/store/Pruner.h"
 #include "dbman/store/Retention.h"
 #include "dbman/store/RowBacklog.h"
 #include "dbman/store/RowWriter.h"
@@ -53,7 +54,7 @@ public:
         std::chrono::milliseconds retryPause{1000};
         /// Between two merges of the log into the file.
         std::chrono::milliseconds mergePause{1000};
-        /// From the end of one pruning to the next.
+        /// From the end of one round of pruning to the next.
         std::chrono::milliseconds pruneInterval{60'000};
         /// While a row is this old and not committed, a receiver waits, so that none becomes older
         /// than 100 ms.
@@ -116,7 +117,10 @@ private:
     void waitForWork(Lock& lock);
     /// One transaction at most. Without the mutex.
     bool writeSome(std::vector<HistoryRow> rows);
+    /// A round of steps, or as many as can be taken before a row waits.
     void prune(Lock& lock);
+    /// Whether more steps are due. Without the mutex.
+    bool pruneStep();
     void succeed(Lock& lock);
     void fail(Lock& lock, const std::string& why);
     // These need the mutex.
@@ -135,6 +139,7 @@ private:
     std::unique_ptr<DatabaseFile> file;
     std::unique_ptr<Database> database;
     std::unique_ptr<RowWriter> writer;
+    std::unique_ptr<Pruner> pruner;
     // Made by start(); synchronises itself.
     std::unique_ptr<Checkpoints> checkpoints;
     // Made by open(), then used by the readers' thread.

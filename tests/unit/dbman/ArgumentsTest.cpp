@@ -124,6 +124,16 @@ TEST(ParseDuration, RefusesEverythingElse) {
     }
 }
 
+TEST(ParseRows, TakesOneToAThousandMillion) {
+    EXPECT_EQ(parseRows("1"), 1);
+    EXPECT_EQ(parseRows("1000000000"), 1'000'000'000);
+    EXPECT_EQ(refusalOf([] { parseRows("0"); }),
+              "number of rows \"0\" is not allowed: a number from 1 to 1000000000");
+    EXPECT_THROW(parseRows("1000000001"), ArgumentError);
+    EXPECT_THROW(parseRows("99999999999"), ArgumentError);
+    EXPECT_THROW(parseRows(""), ArgumentError);
+}
+
 TEST(ParseCount, TakesOneToTenThousand) {
     EXPECT_EQ(parseCount("1"), 1);
     EXPECT_EQ(parseCount("10000"), 10'000);

@@ -216,7 +216,8 @@ TEST(CommandLine, ShowsTheCounters) {
     const auto json = runProgram({"status", "--json"}).out;
     EXPECT_THAT(json, StartsWith("{\"uptime_seconds\":"));
     EXPECT_THAT(json, HasSubstr("\"notifications\":{\"/olt/alarm/new\":0,"));
-    EXPECT_THAT(json, HasSubstr("\"unknown\":0,\"malformed\":1,\"link_errors\":0"));
+    EXPECT_THAT(
+        json, HasSubstr("\"unknown\":0,\"malformed\":1,\"alarms_displaced\":0,\"link_errors\":0"));
     EXPECT_THAT(runProgram({"status"}).out, testing::ContainsRegex("malformed messages +1\n"));
 }
 

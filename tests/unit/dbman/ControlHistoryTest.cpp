@@ -227,7 +227,7 @@ TEST_F(ControlHistory, StatusTellsHowTheDatabaseIsDoing) {
     const auto database = askJson(R"({"command":"status"})")["database"];
     EXPECT_EQ(database["file"], "/tmp/dbman.db");
     EXPECT_GT(database["size_bytes"], 4096);
-    EXPECT_EQ(database["schema"], 3);
+    EXPECT_EQ(database["schema"], 4);
     EXPECT_TRUE(database["last_commit"].is_string());
     EXPECT_TRUE(database["waiting_writes"].is_number());
     EXPECT_EQ(database["lost_writes"], 0);

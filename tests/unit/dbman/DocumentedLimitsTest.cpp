@@ -13,6 +13,7 @@
 #include "dbman/Json.h"
 #include "dbman/LineQueue.h"
 #include "dbman/LocalSocket.h"
+#include "dbman/store/Pruner.h"
 #include "dbman/store/Retention.h"
 #include "dbman/store/Store.h"
 
@@ -56,8 +57,10 @@ const std::string kClients =
 const std::string kWaitingClients = " " + std::to_string(kWaitingConnections) + " more ";
 const std::string kLine = "at most " + count(ControlServer::kMaximumLineBytes) + " bytes";
 const std::string kAnswer = " command waits " + std::to_string(kAnswerSeconds) + " seconds for its";
-const std::string kHeld = count(Inventory::kMaximumOnus) + " ONUs, " +
-                          count(AlarmStates::kMaximumStates) + " alarm states and ";
+const std::string kHeld = count(Inventory::kMaximumOnusOfASlot) + " ONUs and " +
+                          count(AlarmStates::kMaximumStatesOfASlot) +
+                          " alarm states of each slot, " + count(Inventory::kMaximumOnusOfASlot) +
+                          " ONUs whose slot isn't known";
 
 TEST(ManualPage, NamesTheLimits) {
     const auto page = wordsOf(PONMGR_PACKAGING "/man/dbman.1");
@@ -69,7 +72,7 @@ TEST(ManualPage, NamesTheLimits) {
     EXPECT_THAT(page, HasSubstr(kWaitingClients));
     EXPECT_THAT(page, HasSubstr(kLine));
     EXPECT_THAT(page, HasSubstr(kAnswer));
-    EXPECT_THAT(page, HasSubstr(kHeld + count(EventLog::kKept) + " lines"));
+    EXPECT_THAT(page, HasSubstr(kHeld + ", and " + count(EventLog::kKept) + " lines"));
 }
 
 TEST(Document, NamesTheLimitsOfTheControlSocket) {
@@ -89,14 +92,42 @@ TEST(Document, NamesTheLimitsOfTheControlSocket) {
 
 TEST(Document, NamesWhatBoundsTheMemory) {
     const auto text = wordsOf(PONMGR_DOCUMENTS "/dbman.md");
-    EXPECT_THAT(text, HasSubstr("holds " + kHeld + "the last " + count(EventLog::kKept) +
+    EXPECT_THAT(text, HasSubstr("holds " + kHeld + " and the last " + count(EventLog::kKept) +
                                 " lines of the event log"));
     EXPECT_THAT(text, HasSubstr(count(LineQueue::kMaximumLines) + " lines to be shown"));
-    EXPECT_THAT(text, HasSubstr("past " + count(Inventory::kMaximumOnus) + " ONUs"));
-    EXPECT_THAT(text, HasSubstr("past " + count(AlarmStates::kMaximumStates) + " the one"));
+    EXPECT_THAT(text,
+                HasSubstr("past " + count(Inventory::kMaximumOnusOfASlot) + " ONUs of a slot"));
+    EXPECT_THAT(text, HasSubstr("past " + count(AlarmStates::kMaximumStatesOfASlot) +
+                                " of a slot its one"));
+    EXPECT_THAT(text,
+                HasSubstr("A slot has " + count(AlarmStates::kMaximumStatesOfASlot) + " alarms."));
     const RowBacklog::Bounds bounds;
     EXPECT_THAT(text, HasSubstr("Up to " + count(bounds.rows) + " rows or " +
                                 count(bounds.bytes / 1024 / 1024) + " MiB wait"));
+}
+
+TEST(Document, NamesTheRowsThatTablesKeep) {
+    const Retention retention;
+    const auto page = wordsOf(PONMGR_PACKAGING "/man/dbman.1");
+    const auto text = wordsOf(PONMGR_DOCUMENTS "/dbman.md");
+    const auto days = [](const std::string& name, AgingTable table, const Retention& kept) {
+        return name +
+               std::to_string(std::chrono::floor<std::chrono::days>(kept.ageOf(table)).count()) +
+               "d, " + std::to_string(kept.rowsOf(table));
+    };
+    EXPECT_THAT(text,
+                HasSubstr(days("`optics` ", AgingTable::optics, retention) + " of each slot"));
+    EXPECT_THAT(text, HasSubstr(days("`alarm-events` ", AgingTable::alarmEvents, retention) +
+                                " of each slot"));
+    EXPECT_THAT(text, HasSubstr(days("`commands` ", AgingTable::commands, retention) + " |"));
+    EXPECT_THAT(text,
+                HasSubstr(days("`notifications` ", AgingTable::notifications, retention) + " |"));
+    EXPECT_THAT(page, HasSubstr(days("optics (", AgingTable::optics, retention) + " rows of each"));
+    EXPECT_THAT(page, HasSubstr(days("alarm\\-events (", AgingTable::alarmEvents, retention) +
+                                " rows of each slot)"));
+    EXPECT_THAT(page, HasSubstr(days("commands (", AgingTable::commands, retention) + " rows)"));
+    EXPECT_THAT(
+        page, HasSubstr(days("notifications (", AgingTable::notifications, retention) + " rows,"));
 }
 
 TEST(Document, NamesTheTimesOfTheDatabase) {

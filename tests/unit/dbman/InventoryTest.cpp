@@ -71,14 +71,79 @@ TEST(Inventory, ForgetsARemovedOnu) {
     EXPECT_FALSE(inventory.findOnu("a"));
 }
 
-TEST(Inventory, RefusesAFurtherOnuWhenItIsFullButStillUpdatesTheOthers) {
-    auto inventory = inventoryOf({});
-    for (std::size_t number = 0; number < Inventory::kMaximumOnus; ++number) {
-        ASSERT_TRUE(inventory.updateOnu(std::to_string(number), 1, {}, kTime));
+/// Fills what is left of a slot with ONUs of this state.
+void fill(Inventory& inventory, std::optional<int> slot, const char* onlineStatus) {
+    for (auto number = inventory.onus(slot).size(); number < Inventory::kMaximumOnusOfASlot;
+         ++number) {
+        const auto name =
+            (slot ? std::to_string(*slot) : std::string("none")) + "/" + std::to_string(number);
+        ASSERT_TRUE(inventory.updateOnu(name, slot, {{"online_status", onlineStatus}}, kTime));
     }
+}
+
+TEST(Inventory, RefusesAFurtherOnuOfASlotWithoutOffLineOnesButStillUpdatesTheOthers) {
+    auto inventory = inventoryOf({});
+    fill(inventory, 1, "1");
     EXPECT_FALSE(inventory.updateOnu("one more", 1, {}, kTime));
-    EXPECT_TRUE(inventory.updateOnu("0", 2, {}, kTime));
-    EXPECT_EQ(inventory.onus(std::nullopt).size(), Inventory::kMaximumOnus);
+    EXPECT_TRUE(inventory.updateOnu("1/0", 1, {{"online_status", "0"}}, kTime));
+    EXPECT_EQ(inventory.findOnu("1/0")->state, State::offline);
+    EXPECT_TRUE(inventory.updateOnu("one more", 2, {}, kTime));
+    EXPECT_EQ(inventory.onus(1).size(), 512U);
+}
+
+TEST(Inventory, OnusThatASlotInventsTakeNothingFromTheOthers) {
+    auto inventory = inventoryOf({});
+    inventory.updateOnu("real", 2, {{"online_status", "0"}}, kTime - std::chrono::days(9));
+    for (std::size_t number = 0; number < 3 * Inventory::kMaximumOnusOfASlot; ++number) {
+        inventory.updateOnu(std::to_string(number), 1, {{"online_status", "0"}}, kTime);
+    }
+    EXPECT_TRUE(inventory.findOnu("real"));
+    EXPECT_EQ(inventory.onus(1).size(), 512U);
+}
+
+TEST(Inventory, AnOnuThatMovesIntoAFullSlotTakesThePlaceOfItsOldestOffLineOne) {
+    auto inventory = inventoryOf({});
+    inventory.updateOnu("older", 1, {{"online_status", "0"}}, kTime - std::chrono::hours(1));
+    fill(inventory, 1, "0");
+    inventory.updateOnu("moves", 2, {}, kTime);
+    EXPECT_TRUE(inventory.updateOnu("moves", 1, {}, kTime));
+    EXPECT_EQ(inventory.findOnu("moves")->slot, 1);
+    EXPECT_FALSE(inventory.findOnu("older"));
+    EXPECT_EQ(inventory.onus(1).size(), 512U);
+}
+
+TEST(Inventory, AnOnuThatMovesIntoASlotFullOfOnLineOnesStaysWhereItWas) {
+    auto inventory = inventoryOf({});
+    fill(inventory, 1, "1");
+    inventory.updateOnu("moves", 2, {}, kTime);
+    EXPECT_FALSE(inventory.updateOnu("moves", 1, {}, kTime));
+    EXPECT_EQ(inventory.findOnu("moves")->slot, 2);
+}
+
+TEST(Inventory, OnusWithoutASlotAreBoundedLikeThoseOfOne) {
+    auto inventory = inventoryOf({});
+    fill(inventory, std::nullopt, "1");
+    EXPECT_FALSE(inventory.updateOnu("one more", std::nullopt, {}, kTime));
+    EXPECT_TRUE(inventory.updateOnu("one more", 1, {}, kTime));
+    EXPECT_TRUE(inventory.updateOnu("one more", std::nullopt, {}, kTime));
+}
+
+TEST(Inventory, WhatAFormerRunHadTooMuchOfASlotMakesRoomAndOnLineOnesLast) {
+    auto inventory = inventoryOf({});
+    std::vector<Onu> stored;
+    for (int number = 0; number < 600; ++number) {
+        const auto state = number < 500 ? State::online : State::offline;
+        stored.push_back(
+            {std::to_string(number), 3, state, {}, kTime + std::chrono::seconds(number)});
+    }
+    stored.push_back({"of another slot", 4, State::offline, {}, kTime});
+    inventory.load({}, stored);
+    EXPECT_EQ(inventory.onus(3).size(), 512U);
+    EXPECT_TRUE(inventory.findOnu("0"));
+    EXPECT_FALSE(inventory.findOnu("587"));
+    EXPECT_TRUE(inventory.findOnu("588"));
+    EXPECT_TRUE(inventory.findOnu("of another slot"));
+    EXPECT_EQ(inventory.takeChanges().removedOnus.size(), 88U);
 }
 
 TEST(Inventory, ACardWithoutAddressIsOfUnknownState) {

@@ -76,6 +76,20 @@ TEST_F(NotificationsHistory, AnAlarmChangesItsStateAndIsKept) {
     EXPECT_EQ(counted("malformed"), 0U);
 }
 
+TEST_F(NotificationsHistory, AnAlarmThatTakesThePlaceOfAnActiveOneIsKeptToo) {
+    for (std::size_t number = 0; number < AlarmStates::kMaximumStatesOfASlot; ++number) {
+        state.alarms.report({3, "ONU Link: " + std::to_string(number), "LOS"}, true, time);
+    }
+    alarm("3", "On", "Temperature");
+    EXPECT_EQ(kept<AlarmEvent>().at(0).key.alarm, "Temperature");
+    EXPECT_EQ(state.alarms.states(3, true).size(), AlarmStates::kMaximumStatesOfASlot);
+    EXPECT_EQ(counted("alarms_displaced"), 1U);
+    EXPECT_EQ(counted("malformed"), 0U);
+    EXPECT_THAT(
+        shown(),
+        testing::HasSubstr("/olt/alarm/new 1 active alarms made room: more than 2048 of a slot\n"));
+}
+
 class NoAlarm : public NotificationsHistory,
                 public testing::WithParamInterface<std::array<const char*, 3>> {};
 
@@ -137,11 +151,11 @@ TEST_F(NotificationsHistory, AModulesLevelsAreKeptForThePortThatChanges) {
 
 TEST_F(NotificationsHistory, TheOnuThatWasOfflineForLongestMakesRoomForANewOne) {
     inventory.updateOnu("oldest", 1, {{"online_status", "0"}}, time);
-    for (std::size_t number = 1; number < Inventory::kMaximumOnus; ++number) {
+    for (std::size_t number = 1; number < Inventory::kMaximumOnusOfASlot; ++number) {
         inventory.updateOnu(std::to_string(number), 1, {{"online_status", "0"}},
                             time + std::chrono::seconds(1));
     }
-    handle("/onu/new", R"({"mac_address":"00:11:22:33:44:55","online_status":"1"})");
+    handle("/onu/new", R"({"mac_address":"00:11:22:33:44:55","slot_id":"1","online_status":"1"})");
     EXPECT_TRUE(inventory.findOnu("00:11:22:33:44:55"));
     EXPECT_FALSE(inventory.findOnu("oldest"));
     EXPECT_EQ(inventory.takeChanges().removedOnus, std::vector<std::string>{"oldest"});
@@ -149,7 +163,7 @@ TEST_F(NotificationsHistory, TheOnuThatWasOfflineForLongestMakesRoomForANewOne) 
 
 TEST_F(NotificationsHistory, RemovedOnusThatNobodyTakesBecomeAllThereAre) {
     inventory.updateOnu("stays", 1, {}, time);
-    for (int number = 0; number < 9000; ++number) {
+    for (int number = 0; number < 10'000; ++number) {
         inventory.updateOnu(std::to_string(number), 1, {}, time);
         inventory.removeOnu(std::to_string(number));
     }

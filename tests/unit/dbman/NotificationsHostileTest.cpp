@@ -106,12 +106,12 @@ TEST_F(HostileNotifications, AnEmptyMessageIsMalformed) {
 }
 
 TEST_F(HostileNotifications, OneOnuTooManyIsMalformed) {
-    for (std::size_t number = 0; number < Inventory::kMaximumOnus; ++number) {
+    for (std::size_t number = 0; number < Inventory::kMaximumOnusOfASlot; ++number) {
         inventory.updateOnu(std::to_string(number), 1, {}, time);
     }
-    handle("/onu/new", R"({"mac_address":"00:11:22:33:44:55"})");
+    handle("/onu/new", R"({"mac_address":"00:11:22:33:44:55","slot_id":"1"})");
     EXPECT_EQ(counted("malformed"), 1U);
-    EXPECT_THAT(shown(), testing::HasSubstr("one ONU more than 4096"));
+    EXPECT_THAT(shown(), testing::HasSubstr("one ONU more than 512 of a slot"));
 }
 
 }  // namespace

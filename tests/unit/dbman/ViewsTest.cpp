@@ -25,17 +25,18 @@ TEST(ViewOnus, OfNothingIsTheHeaders) {
 TEST(ViewStatus, ShowsEachCounter) {
     const auto text = viewStatus(parseJson(
         R"({"daemon":"listens","uptime_seconds":5,"notifications":{"/olt/new":8},"unknown":1,"malformed":2,)"
-        R"("link_errors":3,"commands_sent":4,"commands_failed":6})"));
+        R"("alarms_displaced":7,"link_errors":3,"commands_sent":4,"commands_failed":6})"));
     EXPECT_EQ(text,
-              "what                count\n"
-              "daemon              listens\n"
-              "uptime in seconds   5\n"
-              "unknown uris        1\n"
-              "malformed messages  2\n"
-              "link errors         3\n"
-              "commands sent       4\n"
-              "commands failed     6\n"
-              "/olt/new            8\n");
+              "what                     count\n"
+              "daemon                   listens\n"
+              "uptime in seconds        5\n"
+              "unknown uris             1\n"
+              "malformed messages       2\n"
+              "active alarms displaced  7\n"
+              "link errors              3\n"
+              "commands sent            4\n"
+              "commands failed          6\n"
+              "/olt/new                 8\n");
 }
 
 TEST(ViewSent, IsALineAMessage) {

@@ -1,4 +1,7 @@
-#include "StoreFixture.h"
+#include <gtest/gtest.h>
+
+#include "dbman/Errors.h"
+#include "dbman/store/Retention.h"
 
 namespace ponmgr::dbman {
 
@@ -6,78 +9,69 @@ namespace {
 
 using std::chrono::days;
 using std::chrono::hours;
-using test::kDatabaseFile;
-using test::valuesIn;
-using testing::ElementsAre;
 
 TEST(Retention, KeepsEachTablesRowsForItsOwnAge) {
     Retention retention;
-    EXPECT_EQ(retention.of(AgingTable::optics), days(30));
-    EXPECT_EQ(retention.of(AgingTable::alarmEvents), days(90));
-    EXPECT_EQ(retention.of(AgingTable::notifications), days(7));
-    EXPECT_EQ(retention.of(AgingTable::commands), days(90));
-    EXPECT_EQ(retention.of(AgingTable::alarms), days(90));
+    EXPECT_EQ(retention.ageOf(AgingTable::optics), days(30));
+    EXPECT_EQ(retention.ageOf(AgingTable::alarmEvents), days(90));
+    EXPECT_EQ(retention.ageOf(AgingTable::notifications), days(7));
+    EXPECT_EQ(retention.ageOf(AgingTable::commands), days(90));
+    EXPECT_EQ(retention.ageOf(AgingTable::alarms), days(90));
     retention.set("commands=12h");
-    EXPECT_EQ(retention.of(AgingTable::commands), hours(12));
-    EXPECT_EQ(retention.of(AgingTable::optics), days(30));
+    EXPECT_EQ(retention.ageOf(AgingTable::commands), hours(12));
+    EXPECT_EQ(retention.ageOf(AgingTable::optics), days(30));
+}
+
+TEST(Retention, KeepsNoMoreThanEachTablesNumberOfRows) {
+    Retention retention;
+    EXPECT_EQ(retention.rowsOf(AgingTable::optics), 1'000'000);
+    EXPECT_EQ(retention.rowsOf(AgingTable::alarmEvents), 100'000);
+    EXPECT_EQ(retention.rowsOf(AgingTable::notifications), 1'000'000);
+    EXPECT_EQ(retention.rowsOf(AgingTable::commands), 100'000);
+    retention.set("alarm-events=30d,1000");
+    EXPECT_EQ(retention.ageOf(AgingTable::alarmEvents), days(30));
+    EXPECT_EQ(retention.rowsOf(AgingTable::alarmEvents), 1000);
+    retention.set("alarm-events=60d");
+    EXPECT_EQ(retention.rowsOf(AgingTable::alarmEvents), 1000);
+    EXPECT_EQ(retention.rowsOf(AgingTable::optics), 1'000'000);
 }
 
 class WrongRetention : public testing::TestWithParam<const char*> {};
 
-TEST_P(WrongRetention, IsRefused) {
+TEST_P(WrongRetention, IsRefusedAndChangesNothing) {
     Retention retention;
     EXPECT_THROW(retention.set(GetParam()), ArgumentError);
+    EXPECT_EQ(retention.ageOf(AgingTable::optics), days(30));
+    EXPECT_EQ(retention.rowsOf(AgingTable::optics), 1'000'000);
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, WrongRetention,
                          testing::Values("", "optics", "optics=", "optics=0d", "optics=5",
                                          "optics=-1d", "optics=4000d", "slots=1d", "=1d",
-                                         "Optics=1d", "optics=1d "));
+                                         "Optics=1d", "optics=1d ", "optics=1d,", "optics=1d,0",
+                                         "optics=1d,-1", "optics=1d,1000000001", "optics=1d,1,1",
+                                         "optics=,1000", "optics=1000", "optics=1d, 1000"));
+
+std::string refusalOf(const std::string& text) {
+    try {
+        Retention().set(text);
+    } catch (const ArgumentError& error) {
+        return error.what();
+    }
+    return "none";
+}
 
 TEST(Retention, NamesTheTablesThereAre) {
-    try {
-        Retention().set("slots=1d");
-        FAIL() << "took an age for slots";
-    } catch (const ArgumentError& error) {
-        EXPECT_STREQ(error.what(),
-                     "retention \"slots=1d\" is not allowed: TABLE=AGE, such as optics=30d; a "
-                     "table is one of optics, alarm-events, notifications, commands, alarms");
-    }
+    EXPECT_EQ(refusalOf("slots=1d"),
+              "retention \"slots=1d\" is not allowed: TABLE=AGE or TABLE=AGE,ROWS, such as "
+              "optics=30d or optics=30d,500000; a table is one of optics, alarm-events, "
+              "notifications, commands, alarms");
 }
 
-class Pruning : public test::StoreFixture {};
-
-TEST_F(Pruning, DeletesWhatIsOlderAndNoMoreThanABatch) {
-    start();
-    for (int id = 1; id <= 700; ++id) {
-        store->post(event(id));
-    }
-    moveOn(days(6));
-    store->post(event(701));
-    store->stop();
-    Database database(kDatabaseFile, Database::Access::readWrite);
-    const Retention retention;
-    EXPECT_EQ(pruneSome(database, retention, time), 0U);
-    moveOn(days(2));
-    EXPECT_EQ(pruneSome(database, retention, time), kPruneBatch);
-    EXPECT_EQ(pruneSome(database, retention, time), 200U);
-    EXPECT_EQ(pruneSome(database, retention, time), 0U);
-    EXPECT_THAT(valuesIn(kDatabaseFile, "SELECT id FROM events"), ElementsAre("701"));
-}
-
-TEST_F(Pruning, LooksAtEveryTable) {
-    start();
-    store->post(event(1));
-    store->post(alarmEvent("LOS"));
-    store->post(OpticsSample{time, "00:11:22:33:44:55", 3, "1", {{"temperature", "41"}}});
-    store->post(CommandRow{time, "/slot/reset", "{}", "sent"});
-    store->post(NotificationRow{time, "/olt/new", "ok", 2, "{}"});
-    store->stop();
-    Database database(kDatabaseFile, Database::Access::readWrite);
-    for (int row = 0; row < 5; ++row) {
-        EXPECT_EQ(pruneSome(database, Retention(), time + days(91)), 1U);
-    }
-    EXPECT_EQ(pruneSome(database, Retention(), time + days(91)), 0U);
+TEST(Retention, SaysThatAlarmStatesHaveNoNumberOfTheirOwn) {
+    EXPECT_EQ(refusalOf("alarms=90d,1000"),
+              "retention \"alarms=90d,1000\" is not allowed: alarms=AGE; there are no more of them "
+              "than memory holds");
 }
 
 }  // namespace
