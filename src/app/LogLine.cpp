@@ -1,6 +1,7 @@
 #include "app/LogLine.h"
 
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cstdio>
 #include <initializer_list>
@@ -42,9 +43,10 @@ bool takeLoss() {
 // is often that there is none.
 void write(std::initializer_list<std::string_view> parts, std::string_view end,
            Leaving leaving = Leaving::AtALineEnd) {
-    static bool isLineCut = false;  // guarded by the lock
+    // Guarded by the lock, of which the thread sanitizer knows nothing: atomic for its sake.
+    static std::atomic<bool> isLineCut = false;
     const OutputLock lock;
-    if (isLineCut) {
+    if (isLineCut.load(std::memory_order_relaxed)) {
         put("\n");
     }
     for (const std::string_view part : parts) {
@@ -54,7 +56,7 @@ void write(std::initializer_list<std::string_view> parts, std::string_view end,
     if (leaving == Leaving::AtOnce) {
         fflush_unlocked(stdout);
     }
-    isLineCut = takeLoss();
+    isLineCut.store(takeLoss(), std::memory_order_relaxed);
 }
 
 /// A place's number as text.

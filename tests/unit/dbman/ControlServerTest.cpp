@@ -251,6 +251,8 @@ TEST_F(ControlServerTest, RestsWhileNoDescriptorIsLeftAndSaysSoOnce) {
     start();
     EXPECT_EQ(askDbman(kPath, "hello"), "answer to hello");
     expectAFailure();
+    // So that it gives no descriptor back later.
+    server.stop();
     poor.listen();
     const auto waiting = connectLocal("/tmp/poor.ctl", 10);
     {
