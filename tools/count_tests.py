@@ -10,7 +10,7 @@ import sys
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
-
+SHOWN_LINES = 40
 NEEDS_OTHER_USERS = "needs other users:"
 
 
@@ -21,13 +21,19 @@ def may_be_skipped(case):
     return os.geteuid() != 0 and any(NEEDS_OTHER_USERS in text for text in told)
 
 
+def last_lines(case):
+    """What ctest, which is quiet, has kept of a test's output. What pytest has to say it has said."""
+    lines = [line for element in case if element.tag == "system-out" for line in (element.text or "").splitlines()]
+    return "".join(f"    {line}\n" for line in lines[-SHOWN_LINES:])
+
+
 def count(folder):
     passed, failed, skipped, allowed = 0, [], [], []
     for file in sorted(Path(folder).glob("*.xml")):
         for case in ElementTree.parse(file).getroot().iter("testcase"):
             name = f"{file.stem}: {case.get('classname')}.{case.get('name')}"
             if case.find("failure") is not None or case.find("error") is not None:
-                failed.append(name)
+                failed.append((name, last_lines(case)))
             elif case.find("skipped") is not None or case.get("status") in ("notrun", "disabled"):
                 (allowed if may_be_skipped(case) else skipped).append(name)
             else:
@@ -37,8 +43,9 @@ def count(folder):
 
 def main():
     passed, failed, skipped, allowed = count(sys.argv[1])
-    for name in failed:
+    for name, output in failed:
         print(f"failed: {name}")
+        print(output, end="")
     for name in skipped:
         print(f"skipped: {name}")
     for name in allowed:

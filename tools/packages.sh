@@ -56,7 +56,8 @@ install_missing() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# build PRESET [-DNAME=VALUE...] [TARGET...]: configures and builds quietly; the whole output on failure.
+# build PRESET [-DNAME=VALUE...] [TARGET...]: configures and builds quietly; the whole output on failure. One at a
+# time in each preset's folder; others wait.
 build() {
     local preset=$1 log word settings=() targets=()
     shift
@@ -65,8 +66,11 @@ build() {
     done
     log=build/$preset/build.log
     mkdir -p "build/$preset"
-    if ! { cmake --preset "$preset" "${settings[@]}" && cmake --build --preset "$preset" "${targets[@]}"; } \
-            >"$log" 2>&1; then
+    if ! (
+        flock 9
+        cmake --preset "$preset" "${settings[@]}" >"$log" 2>&1 &&
+            cmake --build --preset "$preset" "${targets[@]}" >>"$log" 2>&1
+    ) 9>"build/$preset/lock"; then
         cat "$log" >&2
         echo "The build of preset $preset failed; its output is above and in $log." >&2
         return 1

@@ -195,7 +195,7 @@ TEST_F(AlarmStatesTest, WhereNoneIsClearedTheRaisedOneThatWasReportedLongestAgoM
 }
 
 TEST_F(AlarmStatesTest, AlarmsThatASlotInventsTakeNothingFromTheOthers) {
-    for (std::size_t number = 0; number < AlarmStates::kMaximumStates; ++number) {
+    for (std::size_t number = 0; number < 2 * AlarmStates::kMaximumStatesOfASlot; ++number) {
         alarms.report({1, "ONU Link: " + std::to_string(number), "Loss of Signal"}, true, at(10));
     }
     report("Temperature", true, 20, "OLT Port: EPON-0", 2);
