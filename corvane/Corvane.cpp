@@ -93,6 +93,9 @@ private:
     Descriptor descriptor;
     // Behind the descriptor: the file goes while its socket is still open.
     std::optional<SocketFile> file;
+    // What failures of recv are named by. Kept, so that waiting for a message takes no memory: one
+    // that fails for lack of it would fail again at once.
+    std::string receiving;
     std::optional<LocalAddress> peer;
     // Exceptions rather than strings: they are copied without taking memory.
     std::runtime_error outOfMemory{"no memory for the operation"};
@@ -125,6 +128,7 @@ void Corvane::Implementation::bind(const char* path) {
         throw failure(operation,
                       std::string("this socket is bound to ") + file->path() + " already");
     }
+    receiving = std::string("recv at ") + path;
     makeWay(operation, address);
     askForSenders(operation, descriptor.get());
     // The file gets the socket's own mode less the umask: at no moment may anybody else write to
@@ -189,7 +193,7 @@ int Corvane::Implementation::recv(std::string& text) {
     if (!file) {
         throw failure("recv", "this socket has no path; call bind first");
     }
-    corvane::readMessage(std::string("recv at ") + file->path(), descriptor.get(), text);
+    corvane::readMessage(receiving, descriptor.get(), text);
     return static_cast<int>(text.size());
 }
 

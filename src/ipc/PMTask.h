@@ -23,7 +23,7 @@ public:
     /// can't be null", "Unknown exception on parseTask", and the bare message of any other failure.
     void parseTask(const APIData* request);
 
-    std::string getTask() const { return task; }
+    const std::string& getTask() const { return task; }
     /// The whole request.
     std::string getJsonProtocol() const { return jsonProtocol; }
     /// Empty for a parameter that there isn't; never throws.

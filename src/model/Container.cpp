@@ -45,6 +45,12 @@ std::string Container::getValue(std::string_view key) const {
     return found->second;
 }
 
+bool Container::hasText(std::string_view key) const {
+    const std::shared_lock guard(lock);
+    const auto found = values.find(key);
+    return found != values.end() && !found->second.empty();
+}
+
 void Container::setValue(std::string_view key, std::string_view value, bool mustExist) {
     const auto found = values.find(key);
     if (found == values.end()) {

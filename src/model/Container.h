@@ -18,9 +18,10 @@ namespace ponmgr {
 /// flag, and JSON in and out. Numbers travel as their text. A new record holds "id" = "0". A name
 /// is either a key or a list, never both.
 ///
-/// Threads: getValue, setValue, getJsonData and setcJsonData lock the values and may be called by
-/// any thread, as may the modified flag. Everything else lays a record out or changes its lists and
-/// belongs to the one thread that owns the record; it must not run beside other threads' calls.
+/// Threads: getValue, hasText, setValue, getJsonData and setcJsonData lock the values and may be
+/// called by any thread, as may the modified flag. Everything else lays a record out or changes its
+/// lists and belongs to the one thread that owns the record; it must not run beside other threads'
+/// calls.
 class Container {
 public:
     using List = std::vector<std::unique_ptr<Container>>;
@@ -56,6 +57,9 @@ public:
 
     /// Throws "Key '...' not found".
     std::string getValue(std::string_view key) const;
+
+    /// Whether there is such a key, and its value isn't empty. Takes no memory.
+    bool hasText(std::string_view key) const;
 
     /// Stores a value that differs and marks the record modified. A key that the record lacks is
     /// not created: "Key '...' not found" is thrown when it `mustExist`, else nothing happens.

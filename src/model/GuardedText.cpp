@@ -7,6 +7,11 @@ std::string GuardedText::get() const {
     return text;
 }
 
+bool GuardedText::isEmpty() const {
+    const std::lock_guard lock(mutex);
+    return text.empty();
+}
+
 void GuardedText::set(const std::string& newText) {
     const std::lock_guard lock(mutex);
     text = newText;

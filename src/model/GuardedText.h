@@ -10,6 +10,8 @@ namespace ponmgr {
 class GuardedText {
 public:
     std::string get() const;
+    /// Takes no memory.
+    bool isEmpty() const;
     void set(const std::string& newText);
 
     /// Sets the text only while it is empty; returns whether it did.

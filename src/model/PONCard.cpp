@@ -37,6 +37,9 @@ std::string PONCard::getMacAddress() const {
 void PONCard::clearMacAddress() {
     setMacAddress("");
 }
+bool PONCard::hasMacAddress() const {
+    return record.hasText("mac_address");
+}
 std::string PONCard::getHexMacAddress() const {
     return toHexMac(getMacAddress());
 }

@@ -21,6 +21,8 @@ public:
     void setMacAddress(const std::string& mac);
     std::string getMacAddress() const;
     void clearMacAddress();
+    /// Whether the card is identified. Takes no memory.
+    bool hasMacAddress() const;
     /// The MAC without its colons, as requests take it; empty while the card is not identified.
     std::string getHexMacAddress() const;
 

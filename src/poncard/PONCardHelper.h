@@ -55,7 +55,7 @@ public:
     /// Sends the requests that were added and parses their responses. Throws what those two throw.
     void sendRequestMessage();
 
-    bool hasOltMacAddress() const { return !card.getHexMacAddress().empty(); }
+    bool hasOltMacAddress() const { return card.hasMacAddress(); }
     bool getIsOnCtcMode() const { return isOnCtcMode; }
     bool getIsGetNVSEnabled() const { return isGetNVSEnabled; }
     bool getIsGetAllOnuKnown() const { return isGetAllOnuKnown; }

@@ -100,7 +100,7 @@ void PONCardTask::runMainPass() {
 }
 
 bool PONCardTask::isReady() {
-    return !oltIpAddress.get().empty() && socketHelper->hasDone();
+    return !oltIpAddress.isEmpty() && socketHelper->hasDone();
 }
 
 void PONCardTask::pollCard() {
@@ -280,7 +280,8 @@ void PONCardTask::carryOut(const PMTask& task) {
     for (const Command& command : kCommands) {
         if (task.getTask() == command.uri) {
             const std::lock_guard lock(cardMutex);
-            command.carryOut(*this, task);
+            // An operation lets nothing out; its arguments can still find no memory.
+            printFailures("taskLoop", [&] { command.carryOut(*this, task); });
             return;
         }
     }
@@ -338,6 +339,13 @@ void PONCardTask::resetUnreachableCard() {
 }
 
 bool PONCardTask::checkPONCardOnline() {
+    // A probe that can't be made, for there is no memory, says nothing against the card.
+    bool online = true;
+    printFailures("pingLoop", [&] { online = probeCard(); });
+    return online;
+}
+
+bool PONCardTask::probeCard() {
     const std::string source = sourceIpAddress.get();
     const std::string address = oltIpAddress.get();
     if (source.empty() || address.empty()) {

@@ -83,6 +83,7 @@ private:
     void carryOut(const PMTask& task);
     void setSourceIpAddress(const std::string& ip);
 
+    bool probeCard();
     void resetUnreachableCard();
 
     /// Full passes between two readings of the optical levels, less one; the first full pass reads.

@@ -137,7 +137,7 @@ void SocketHelper::close() {
 void SocketHelper::processRxQueue() {
     for (;;) {
         std::this_thread::sleep_for(kRebuildPause);
-        if (sourceIp.get().empty()) {
+        if (sourceIp.isEmpty()) {
             continue;
         }
         try {

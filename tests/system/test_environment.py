@@ -2,12 +2,12 @@
 and peers that stop."""
 
 import os
-import re
 import resource
 import subprocess
 import sys
 import time
 from datetime import datetime
+from itertools import cycle
 from pathlib import Path
 
 import pytest
@@ -17,6 +17,7 @@ from support.alarms import counted_as_lost, reported
 from support.card import (GET_DOMAINS, GET_OLT_INFORMATION, REPORT_ALARM, Card, event, olt_information,
                           response)
 from support.clock import WallClock
+from support.memory import MemoryShortage
 from support.measures import Journal, dropped_at, repeated, resident, resting_descriptors
 from support.measures import descriptors as open_descriptors
 from support.process import Process, halted
@@ -383,18 +384,37 @@ def test_ponmgrd_lives_in_64_mib_through_a_storm(chassis, kind):
     assert daemon.texts() == []
 
 
+def every_kind_of_work(seconds):
+    """Events, a card that goes, answers, and commands of all sizes."""
+    control("fault", "add", "event-burst", "--card", "all", "--rate", "40", "--count", str(8 * 40 * seconds))
+    control("card", "5", "pull")
+    end = time.monotonic() + seconds
+    for slot in cycle(range(1, 9)):
+        ask("dbman", "slot", "announce", str(slot))
+        set_vlan(76)
+        ask("dbman", "port", "vlan", f"{slot}/0", "76")
+        time.sleep(0.25)
+        if time.monotonic() > end:
+            break
+    control("card", "5", "insert")
+
+
+# half a minute each; these two meet every place
 @pytest.mark.shipped
-def test_ponmgrd_without_memory_goes_on_when_there_is_some_again(chassis):
-    daemon = full_chassis(chassis)
-    status = Path(f"/proc/{daemon.pid}/status").read_text()
-    in_use = 1024 * int(re.search(r"VmData:\s+(\d+)", status)[1])
-    _, hard = resource.prlimit(daemon.pid, resource.RLIMIT_DATA)
-    resource.prlimit(daemon.pid, resource.RLIMIT_DATA, (in_use, hard))
-    storm_of_all_cards(5)
-    ask("dbman", "slot", "announce", "2")
+@pytest.mark.parametrize("one_in", [1, 20, *(pytest.param(number, marks=LONG) for number in (2, 5, 100, 1000))])
+def test_ponmgrd_without_memory_goes_on_when_there_is_some_again(chassis, monkeypatch, one_in):
+    memory = MemoryShortage("ponmgrd", Path("/tmp"), monkeypatch.setenv)
+    daemon = chassis("1-8", "--onus", "4", "--configured").daemon
+    memory.deny(one_in)
+    every_kind_of_work(15)
+    memory.deny(0)
+    assert memory.denied() > 8 and len(daemon.texts()) > 8
     wait_for_bursts_end(60)
-    assert daemon.is_running()
-    resource.prlimit(daemon.pid, resource.RLIMIT_DATA, (hard, hard))
-    assert "Unknown Error at" in daemon.output(), "there was no memory"
     ask("dbman", "slot", "announce", "all")
-    assert_goes_on(daemon)
+    wait_in_service("60s")
+    wait_for_agreement(60)
+    control("onu", "3/0/0", "unplug")
+    wait_for(lambda: len(inventory()[1]) == 8 * 2 * 4 - 1, 60)
+    set_vlan(77)
+    wait_for_vlan(77)
+    assert daemon.is_running()

@@ -131,6 +131,21 @@ TEST_F(MemoryShortageTest, ARecvThatRanOutOfMemoryDoesNotStopTheMessagesBehind) 
     EXPECT_GT(failures, 0U);
 }
 
+TEST_F(MemoryShortageTest, ARecvWithoutAnyMemoryWaitsForAMessageAndTakesIt) {
+    EXPECT_EQ(sender.send("short"), 5);
+    EXPECT_EQ(sender.send(std::string(100, '1')), 100);
+    EXPECT_EQ(sender.send("behind"), 6);
+    std::string text;
+    {
+        const FailingAllocation shortage(0, 0, true);
+        EXPECT_EQ(receiver.recv(text), 5);  // as much as a string holds by itself
+        EXPECT_EQ(receiver.recv(text), -1);
+        EXPECT_STREQ(receiver.getErrorMessage(), "no memory for the operation");
+    }
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(received(), "behind");
+}
+
 TEST_F(MemoryShortageTest, AMessageThatThereIsNoMemoryForIsLostAndNamed) {
     EXPECT_EQ(sender.send(std::string(100'000, 'x')), 100'000);
     EXPECT_EQ(sender.send("next"), 4);

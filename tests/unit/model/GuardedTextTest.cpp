@@ -29,6 +29,13 @@ TEST(GuardedTextTest, CanBeSetToNothing) {
     EXPECT_EQ(text.get(), "");
 }
 
+TEST(GuardedTextTest, TellsWhetherItIsEmpty) {
+    GuardedText text;
+    EXPECT_TRUE(text.isEmpty());
+    text.set("10.0.0.1");
+    EXPECT_FALSE(text.isEmpty());
+}
+
 TEST(GuardedTextTest, SetOnceSetsAnEmptyText) {
     GuardedText text;
     EXPECT_TRUE(text.setOnce("10.0.0.1"));

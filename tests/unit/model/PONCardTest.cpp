@@ -76,6 +76,17 @@ TEST(PONCardTest, ClearMacAddressEmptiesIt) {
     EXPECT_EQ(card.getMacAddress(), "");
 }
 
+TEST(PONCardTest, HasAMacAddressFromItsIdentificationUntilItIsCleared) {
+    PONCard card;
+    EXPECT_FALSE(card.hasMacAddress());
+    card.setMacAddress("00:11:22:33:44:55");
+    EXPECT_TRUE(card.hasMacAddress());
+    card.clearMacAddress();
+    EXPECT_FALSE(card.hasMacAddress());
+    card.clear();
+    EXPECT_FALSE(card.hasMacAddress());
+}
+
 TEST(PONCardTest, TheHexMacAddressHasNoColons) {
     PONCard card;
     card.setMacAddress("00:11:22:33:44:55");

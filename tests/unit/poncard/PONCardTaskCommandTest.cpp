@@ -125,6 +125,18 @@ TEST_F(PONCardTaskCommandTest, AFailureToTakeAnAddressIsPrintedUnderTheOperation
     EXPECT_EQ(takeNotifications(), Texts{});
 }
 
+TEST_F(PONCardTaskCommandTest, ACommandThatThereIsNoMemoryForIsPrintedAndTheNextOneCarriedOut) {
+    slot.addTask(commandOf("/slot/onu/reset", R"({"mac_address":"00:0f:e9:00:00:0a"})"));
+    slot.addTask(commandOf("/slot/disable"));
+    EXPECT_EQ(textPrintedBy([this] {
+                  const FailingAllocation noMemory(FailingAllocation::Kind::Throwing);
+                  slot.runTaskPass();
+              }),
+              "Unknown Error at taskLoop\n");
+    transport.expect("00 09 00 01 00 00").accept();
+    slot.runTaskPass();
+}
+
 // --- ONUs and VLANs ---
 
 TEST_F(PONCardTaskCommandTest, RemovingAnOnuClearsItOnTheCardAndTakesItOffTheList) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "PONCardTaskFixture.h"
+#include "support/PrintedText.h"
+#include "unit/tk/FailingAllocation.h"
 
 namespace ponmgr::test {
 
@@ -62,6 +64,22 @@ protected:
 constexpr const char* kService = " 00 00 00 00 00 00 ff ff ff ff ff 00 0f 42 40 00 c8 02 00 10";
 
 }  // namespace
+
+TEST_F(FullPassRealSecondsTest, APassWithoutMemoryLetsNothingOutAndTheNextOneIsWhole) {
+    slot.runMainPass();
+    sent();
+    EXPECT_EQ(textPrintedBy([this] {
+                  const FailingAllocation noMemory(FailingAllocation::Kind::Throwing);
+                  EXPECT_NO_THROW(slot.runMainPass());
+              }),
+              "Unknown Error at doReportOLTModule\n"
+              "Unknown Error at doRequestNVSEnabled\n"
+              "Unknown Error at doRequestCtcMode\n"
+              "Unknown Error at requestHasDomain\n"
+              "Unknown Error at doResetOLT\n");
+    EXPECT_EQ(sent(), Texts{});
+    EXPECT_EQ(passesThatSend("00 76 ", 1), std::vector<int>{1});
+}
 
 TEST_F(FullPassRealSecondsTest, AFullPassDoesEverythingInItsOrder) {
     fillCard();

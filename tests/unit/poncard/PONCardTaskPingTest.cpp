@@ -5,9 +5,11 @@
 
 #include "FakePing.h"
 #include "PONCardTaskFixture.h"
+#include "support/PrintedText.h"
 #include "support/WaitFor.h"
 #include "tk/SocketHelper.h"
 #include "unit/model/SleepingThread.h"
+#include "unit/tk/FailingAllocation.h"
 
 namespace ponmgr::test {
 
@@ -75,6 +77,16 @@ class PONCardTaskPingLockTest : public ScriptedSlotFixture {};
 TEST_F(PONCardTaskPingTest, TheProbeGoesFromTheSourceAddressToTheCard) {
     EXPECT_TRUE(slot.checkPONCardOnline());
     EXPECT_EQ(ping.getArguments(), "<-w><1><-I><127.0.0.1><127.0.1.3>\n");
+}
+
+TEST_F(PONCardTaskPingTest, AProbeThatThereIsNoMemoryForIsOnline) {
+    ping.plan({Lost});
+    EXPECT_EQ(textPrintedBy([this] {
+                  const FailingAllocation noMemory(FailingAllocation::Kind::Throwing);
+                  EXPECT_TRUE(slot.checkPONCardOnline());
+              }),
+              "Unknown Error at pingLoop\n");
+    EXPECT_FALSE(slot.checkPONCardOnline());
 }
 
 TEST_F(PONCardTaskPingTest, ALostProbeIsOffline) {
