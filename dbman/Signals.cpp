@@ -10,9 +10,11 @@ StopSignals::StopSignals() {
     struct sigaction ignore {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &ignore, &previousPipe);
+    sigaction(SIGXFSZ, &ignore, &previousFileSize);
 }
 
 StopSignals::~StopSignals() {
+    sigaction(SIGXFSZ, &previousFileSize, nullptr);
     sigaction(SIGPIPE, &previousPipe, nullptr);
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }

@@ -47,6 +47,7 @@ void prepareSignals() {
     struct sigaction ignore {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &ignore, nullptr);
+    sigaction(SIGXFSZ, &ignore, nullptr);
 }
 
 Simulator::Simulator(const ServeOptions& given)

@@ -57,7 +57,8 @@ private:
     std::vector<std::uint8_t> receiveBuffer;
 };
 
-/// SIGINT and SIGTERM are to be taken by run() from now on, SIGPIPE by nobody.
+/// SIGINT and SIGTERM are to be taken by run() from now on, SIGPIPE and SIGXFSZ
+/// by nobody.
 void prepareSignals();
 
 }  // namespace ponmgr::sim

@@ -200,11 +200,15 @@ void Store::run() {
         if (written && !last && options.time->now() >= nextPruning) {
             prune(lock);
         }
-        goOn = !last || (written && !drained);
+        // Not "drained": what is reported becomes a row itself.
+        goOn = !last || (written && backlog.size() > 0);
     }
-    if (backlog.size() > 0) {
-        report("database " + options.file + " can't be written: " + error + "; " +
-               std::to_string(backlog.size()) + " rows are lost");
+    const auto lost = backlog.size();
+    const std::string why = error;
+    lock.unlock();
+    if (lost > 0) {
+        report("database " + options.file + " can't be written: " + why + "; " +
+               std::to_string(lost) + " rows are lost");
     }
 }
 

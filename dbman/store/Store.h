@@ -68,7 +68,8 @@ public:
     };
 
     using Clock = std::function<Time()>;
-    /// Gets what has gone wrong, or is right again. Called on the thread; throws nothing.
+    /// Gets what has gone wrong, or is right again, and may post it. Called on the thread; throws
+    /// nothing.
     using Report = std::function<void(const std::string& line)>;
 
     Store(Options options, CurrentState& state, Clock clock, Report report);

@@ -15,9 +15,12 @@ int main() {
     // them takes 64 MiB of address space, and where that is limited every allocation takes a page.
     mallopt(M_ARENA_MAX, 1);  // NOLINT(concurrency-mt-unsafe): no other thread is there yet
     ponmgr::startLog();
-    // A reader of the log or of a notification that went away must not end the daemon. A handler,
-    // because "ignored" would be inherited by the probes' shells.
-    std::signal(SIGPIPE, [](int) {});
+    // Neither a reader of the log or of a notification that went away nor a log as long as a file
+    // may be must end the daemon. Handlers, because "ignored" would be inherited by the probes'
+    // shells.
+    for (const int signal : {SIGPIPE, SIGXFSZ}) {
+        std::signal(signal, [](int) {});
+    }
 
     ponmgr::printFailures(__func__, [] {
         auto* const worker = ponmgr::IPCWorker::getInstance();

@@ -13,7 +13,7 @@ from support import namespace
 from support.card import GET_DOMAINS, Card
 from support.other_users import SOMEBODY, need_other_users, of_somebody, open_to_all
 from support.peer import NOTIFICATIONS
-from support.product import program
+from support.product import control, inventory, program, wait_for_agreement
 from support.waiting import wait_for
 
 LONG = pytest.mark.long
@@ -54,6 +54,39 @@ def test_a_full_disk_loses_lines_of_the_log_and_nothing_else(processes, peer, sm
     assert whole == [f"{prefix}{number:03}" for number in range(len(whole))]
     assert f"{prefix}{len(whole):03}".startswith(cut)
     assert daemon.is_running()
+
+
+def limit_files(process, most):
+    """So long may each file be that it writes; None is the usual limit."""
+    limit = "unlimited" if most is None else most
+    subprocess.run(["/usr/bin/prlimit", f"--pid={process.pid}", f"--fsize={limit}:"], check=True)
+
+
+def test_a_log_as_long_as_a_file_may_be_loses_lines_and_nothing_else(processes, peer):
+    log = Path("/tmp/log")
+    daemon = processes("/bin/sh", "-c", f'exec "$0" > {log}', program("ponmgrd"))
+    peer.wait_for("/olt/get/all/ip")
+    limit_files(daemon, PAGE)
+    for number in range(100):
+        peer.send_text(f"nonsense {number:03}")
+    inserted = Card(1, marked=True)
+    peer.address(1)
+    inserted.wait_for(GET_DOMAINS)
+    assert log.stat().st_size == PAGE
+    limit_files(daemon, None)
+    peer.send_text("nonsense after")
+    wait_for(lambda: log.read_text().endswith("nonsense after\n"), 30, log.read_text)
+    assert daemon.is_running()
+
+
+def test_dbman_goes_on_beside_a_database_as_long_as_a_file_may_be(chassis):
+    _, manager, _ = chassis("1", "--onus", "1", "--configured")
+    limit_files(manager, PAGE)
+    assert control("onu", "1/0/0", "unplug")
+    wait_for(lambda: len(inventory()[1]) == 1, 30)
+    limit_files(manager, None)
+    wait_for_agreement()
+    assert manager.is_running()
 
 
 # --- processes ---

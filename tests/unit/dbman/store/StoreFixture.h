@@ -36,11 +36,16 @@ protected:
         return result;
     }
 
-    /// Opens and starts it; returns what the file holds.
+    /// Opens and starts it; returns what the file holds. What it reports becomes an event, whose
+    /// number is negative, as it does in dbman.
     StoredState start(const Store::Options& chosen = options()) {
         store = std::make_unique<Store>(
             chosen, state, [this] { return storeTime.load(); },
-            [this](const std::string& line) { output.stream() << line + "\n"; });
+            [this](const std::string& line) {
+                output.stream() << line + "\n";
+                reporting->post(Event{--lastReport, storeTime, EventKind::warning, line});
+            });
+        reporting = store.get();
         auto stored = store->open();
         store->start();
         return stored;
@@ -64,6 +69,9 @@ protected:
     std::atomic<Time> storeTime = time;
     CapturedOutput output;
     CurrentState state;
+    // Used by the store's thread.
+    std::int64_t lastReport = 0;
+    Store* reporting = nullptr;
     std::unique_ptr<Store> store;
 };
 

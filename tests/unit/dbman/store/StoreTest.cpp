@@ -186,13 +186,24 @@ TEST_F(FullDisk, IsReportedOnceAndNothingIsLostWhenThereIsRoomAgain) {
     EXPECT_THAT(valuesIn(kFile, "SELECT mac_address FROM onus"), ElementsAre("00:11:22:33:44:55"));
     EXPECT_THAT(valuesIn(kFile, "SELECT alarm FROM alarm_states"), ElementsAre("LOS"));
     EXPECT_THAT(valuesIn(kFile, "SELECT alarm FROM alarm_events"), ElementsAre("LOS"));
-    EXPECT_THAT(valuesIn(kFile, "SELECT count(*) FROM events"),
+    EXPECT_THAT(valuesIn(kFile, "SELECT count(*) FROM events WHERE id > 0"),
                 ElementsAre(std::to_string(nextId - 1)));
     EXPECT_THAT(valuesIn(kFile, "PRAGMA integrity_check"), ElementsAre("ok"));
     EXPECT_EQ(output.text(),
               "database /tmp/small/dbman.db can't be written: database or disk is full; going on "
               "from memory, trying again\n"
               "database /tmp/small/dbman.db is written again, 0 rows were lost\n");
+}
+
+TEST_F(FullDisk, AStopAtItsEndWritesAllThatWasReportedToo) {
+    start(options(kFile));
+    fillUntilItFails();
+    std::filesystem::remove("/tmp/small/filler");
+    store->stop();
+    EXPECT_THAT(output.text(), HasSubstr(" is written again, 0 rows were lost\n"));
+    EXPECT_THAT(output.text(), Not(HasSubstr("rows are lost")));
+    EXPECT_THAT(valuesIn(kFile, "SELECT text FROM events WHERE id < 0 ORDER BY id"),
+                ElementsAre(HasSubstr(" is written again, "), HasSubstr(" can't be written: ")));
 }
 
 TEST_F(FullDisk, TheOldestRawRowsAreLostWhenTooManyWait) {
