@@ -44,6 +44,7 @@ Pruner::Pruner(Database& pruned, const Retention& keptRows)
 
 std::vector<Pruner::Step> Pruner::allSteps() {
     std::vector<Step> result;
+    result.reserve(kHistories.size() * (2 + kSlots));
     for (const auto& history : kHistories) {
         result.push_back({history.table, deletionOfOld(history.name), false, {}});
     }

@@ -79,6 +79,17 @@ def test_a_log_as_long_as_a_file_may_be_loses_lines_and_nothing_else(processes, 
     assert daemon.is_running()
 
 
+def test_chassis_sim_goes_on_beside_a_journal_as_long_as_a_file_may_be(chassis):
+    journal = Path("/tmp/journal.jsonl")
+    simulator, _, _ = chassis("1", "--onus", "1", "--configured", "--journal-file", journal)
+    limit_files(simulator, PAGE)
+    wait_for(lambda: simulator.count("/tmp/journal.jsonl") == 1, 30)
+    control("onu", "1/0/0", "unplug")
+    wait_for(lambda: len(inventory()[1]) == 1, 30)
+    wait_for_agreement()
+    assert simulator.is_running()
+
+
 def test_dbman_goes_on_beside_a_database_as_long_as_a_file_may_be(chassis):
     _, manager, _ = chassis("1", "--onus", "1", "--configured")
     limit_files(manager, PAGE)
