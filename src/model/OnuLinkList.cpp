@@ -23,10 +23,14 @@ bool OnuLinkList::addOnuLink(const std::string& mac) {
     }
     auto link = std::make_unique<OnuLink>(mac);
     link->beforeMacAddressChanges([this] { indexIsStale = true; });
-    indexIsStale = true;  // until both have the link: either may run out of memory
     links.push_back(std::move(link));
-    linkOfMac[mac] = links.back().get();
-    indexIsStale = false;
+    try {
+        linkOfMac.emplace(mac, links.back().get());
+    } catch (...) {
+        // Both have the link, or neither: one without a state would count as off-line.
+        links.pop_back();
+        throw;
+    }
     return true;
 }
 

@@ -67,11 +67,12 @@ bool PONCardHelper::handleEvent(Container& event) {
 
 void PONCardHelper::handleLinkDiscovery(const Container& event) {
     const std::string mac = event.getValue("link_mac");
+    // The downstream port here, the upstream one in doGetOnuInformation, on purpose. A link keeps
+    // the one it got: only links without a port are asked for theirs.
+    const std::string port = event.getValue("info_downstream_epon_port");
     onuLinks.addOnuLink(mac);
     if (OnuLink* const link = onuLinks.getOnuLinkFromMAC(mac)) {
-        // The downstream port here, the upstream one in doGetOnuInformation, on purpose. A link
-        // keeps the one it got: only links without a port are asked for theirs.
-        link->setPonPort(event.getValue("info_downstream_epon_port"));
+        link->setPonPort(port);
         link->clearAlarmMessage();
         link->setIsGigabit(false);
         link->setEthernetUpStatus(false);

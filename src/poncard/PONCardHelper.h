@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -177,10 +178,12 @@ public:
                               const std::string& alarm, const std::string& state);
     /// Reports the waiting alarms in one message and forgets them.
     bool doReportAlarmToDBMan();
-    /// So many rows fit the largest message that the link to the database manager carries. When
-    /// they wait they are reported without waiting for the end of the pass; when that fails, the
-    /// pass's further alarms are lost, and counted in a line as soon as a report succeeds again.
-    static constexpr std::size_t kMostAlarms = 4096;
+    /// So many rows, of 154 bytes at the most, fit the largest message that the daemon can send to
+    /// the database manager as an ordinary user: 416 KiB with the system's usual net.core.wmem_max.
+    /// When they wait they are reported without waiting for the end of the pass; when that fails,
+    /// the pass's further alarms are lost, and counted in a line as soon as a report succeeds
+    /// again.
+    static constexpr std::size_t kMostAlarms = 2048;
     void clearAllAlarm();
 
     // --- PONCardOptics.cpp: optical levels ---
@@ -246,7 +249,9 @@ private:
     bool sendPortFields(const char* operation, PayloadRequest request, std::uint16_t port,
                         std::span<const PayloadField> fields);
 
-    void noteLinks(const char* operation, Container* answer, bool online);
+    /// Puts the links into the list, those of `onlineLinks` on-line, the others off-line.
+    void noteLinks(const char* operation, const std::vector<std::string>& macs,
+                   const std::set<std::string>& onlineLinks);
     void noteQueues(const char* operation, const Container& answer);
     void provision(OnuLink* link);
 

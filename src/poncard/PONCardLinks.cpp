@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <set>
+#include <string>
+#include <vector>
 
 #include "app/Exception.h"
 #include "ipc/IPCWorker.h"
@@ -76,6 +79,17 @@ void addQueueServiceLevel(RequestMessage& requests, const std::string& endpoint)
     requests.addSetQueueSLA(&payload);
 }
 
+/// The MAC addresses that an answer lists; none without an answer.
+std::vector<std::string> linksListedIn(Container* answer) {
+    std::vector<std::string> macs;
+    if (answer != nullptr && answer->hasList("link_macs")) {
+        for (const auto& item : answer->getList("link_macs")) {
+            macs.push_back(item->getValue("mac_address"));
+        }
+    }
+    return macs;
+}
+
 void printLinkNotFound(const char* operation, const std::string& mac) {
     printUnended(operation, " - ONU not found: ", mac);
 }
@@ -90,22 +104,25 @@ bool PONCardHelper::doGetAllOnuKnown(bool clearList) {
         requests.addGetListOfAllKnownLogicalLinks();
         requests.addGetListOfDiscoveredLinks();
         sendRequestMessage();
+        // By position: first the known links, then the discovered ones, which are on-line.
+        const std::vector<std::string> known = linksListedIn(responses.getContainer(0));
+        const std::vector<std::string> discovered = linksListedIn(responses.getContainer(1));
+        const std::set<std::string> onlineLinks(discovered.begin(), discovered.end());
         if (clearList) {
             onuLinks.clear();
         }
-        // By position: first the known links, then the discovered ones, which are on-line.
-        noteLinks(operation, responses.getContainer(0), false);
-        noteLinks(operation, responses.getContainer(1), true);
+        noteLinks(operation, known, onlineLinks);
+        noteLinks(operation, discovered, onlineLinks);
         isGetAllOnuKnown = true;
     });
 }
 
-void PONCardHelper::noteLinks(const char* operation, Container* answer, bool online) {
-    if (answer == nullptr || !answer->hasList("link_macs")) {
-        return;
-    }
-    for (const auto& item : answer->getList("link_macs")) {
-        const std::string mac = item->getValue("mac_address");
+void PONCardHelper::noteLinks(const char* operation, const std::vector<std::string>& macs,
+                              const std::set<std::string>& onlineLinks) {
+    for (const std::string& mac : macs) {
+        // Each gets its state at once. Were all known links off-line until the discovered ones are
+        // gone through, a lack of memory in between would leave links in service to be cleared.
+        const bool online = onlineLinks.contains(mac);
         onuLinks.addOnuLink(mac);
         OnuLink* const link = onuLinks.getOnuLinkFromMAC(mac);
         if (link == nullptr) {

@@ -7,7 +7,6 @@ import subprocess
 import sys
 import time
 from datetime import datetime
-from itertools import cycle
 from pathlib import Path
 
 import pytest
@@ -384,31 +383,24 @@ def test_ponmgrd_lives_in_64_mib_through_a_storm(chassis, kind):
     assert daemon.texts() == []
 
 
-def every_kind_of_work(seconds):
-    """Events, a card that goes, answers, and commands of all sizes."""
-    control("fault", "add", "event-burst", "--card", "all", "--rate", "40", "--count", str(8 * 40 * seconds))
-    control("card", "5", "pull")
-    end = time.monotonic() + seconds
-    for slot in cycle(range(1, 9)):
+def every_kind_of_work():
+    """Events, answers, and commands of all sizes, for a moment."""
+    control("fault", "add", "event-burst", "--card", "all", "--rate", "40", "--count", str(8 * 40))
+    for slot in range(1, 9):
         ask("dbman", "slot", "announce", str(slot))
-        set_vlan(76)
         ask("dbman", "port", "vlan", f"{slot}/0", "76")
-        time.sleep(0.25)
-        if time.monotonic() > end:
-            break
-    control("card", "5", "insert")
+    set_vlan(76)
+    time.sleep(0.25)
 
 
-# half a minute each; these two meet every place
-@pytest.mark.shipped
-@pytest.mark.parametrize("one_in", [1, 20, *(pytest.param(number, marks=LONG) for number in (2, 5, 100, 1000))])
-def test_ponmgrd_without_memory_goes_on_when_there_is_some_again(chassis, monkeypatch, one_in):
+@pytest.fixture
+def without_memory(chassis, monkeypatch):
+    """The product, and how to deny its daemon memory; at the end it has some again, and all is as it should be."""
     memory = MemoryShortage("ponmgrd", Path("/tmp"), monkeypatch.setenv)
     daemon = chassis("1-8", "--onus", "4", "--configured").daemon
-    memory.deny(one_in)
-    every_kind_of_work(15)
-    memory.deny(0)
-    assert memory.denied() > 8 and len(daemon.texts()) > 8
+    yield daemon, memory
+    memory.end()
+    assert daemon.is_running()
     wait_for_bursts_end(60)
     ask("dbman", "slot", "announce", "all")
     wait_in_service("60s")
@@ -418,3 +410,30 @@ def test_ponmgrd_without_memory_goes_on_when_there_is_some_again(chassis, monkey
     set_vlan(77)
     wait_for_vlan(77)
     assert daemon.is_running()
+
+
+@pytest.mark.shipped
+def test_each_thread_of_ponmgrd_goes_on_without_memory(without_memory):
+    daemon, memory = without_memory
+    for threads, line in (("-ping", "Unknown Error at pingLoop"),
+                          ("-task", "Unknown Error at taskLoop"),
+                          ("-main", "Unknown Error at doRequestOltEponMac"),
+                          ("tk-receive", "Unknow Exception on SocketHelper::processRxQueue"),
+                          ("ipc-receive", "threadWorker[129]-Error: no memory for the operation"),
+                          ("ipc-notify", "threadNotifyWorker[100]: Unexpected exception")):
+        memory.deny(1, threads)
+        wait_for(lambda line=line: every_kind_of_work() or daemon.count(line) > 0, 60, daemon.output)
+        memory.end()
+
+
+@pytest.mark.shipped
+@pytest.mark.parametrize("one_in", [20, *(pytest.param(number, marks=LONG) for number in (1, 2, 5, 100, 1000))])
+def test_ponmgrd_without_memory_goes_on_when_there_is_some_again(without_memory, one_in):
+    daemon, memory = without_memory
+    memory.deny(one_in)
+    control("card", "5", "pull")
+    end = time.monotonic() + 15
+    while time.monotonic() < end:
+        every_kind_of_work()
+    control("card", "5", "insert")
+    assert memory.denied() > 8 and daemon.texts() != []

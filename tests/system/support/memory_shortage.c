@@ -1,6 +1,7 @@
-/* Preloaded, it denies a program memory: one in so many of its allocations fails, as the first number of a
- * file says, which may change at any time; 0 is none, 1 is all. The second number counts what was denied.
- * Programs that it starts are left alone. */
+/* Preloaded, it denies a program memory, as a file says that may change at any time: one in so many of its
+ * calls of malloc, calloc and realloc fails, by the file's first number, 0 being none and 1 all. The second
+ * number counts what was denied. The text behind them is how the names of those threads end that are denied
+ * it; without one it is all of them. Programs that it starts are left alone. */
 
 #define _GNU_SOURCE
 #include <errno.h>
@@ -10,11 +11,13 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 struct shortage {
     _Atomic int64_t one_in;
     _Atomic int64_t denied;
+    char threads[16];
 };
 
 extern void *__libc_malloc(size_t size);
@@ -50,9 +53,19 @@ static uint32_t draw(void) {
     return state;
 }
 
+static int is_meant(void) {
+    char name[16] = "";
+    const size_t end = strlen(shortage->threads);
+    if (end == 0) {
+        return 1;
+    }
+    prctl(PR_GET_NAME, name);
+    return strlen(name) >= end && strcmp(name + strlen(name) - end, shortage->threads) == 0;
+}
+
 static int is_denied(void) {
     const int64_t one_in = shortage == NULL ? 0 : shortage->one_in;
-    if (one_in == 0 || draw() % (uint32_t)one_in != 0) {
+    if (one_in == 0 || !is_meant() || draw() % (uint32_t)one_in != 0) {
         return 0;
     }
     shortage->denied++;

@@ -1,5 +1,8 @@
 // How ONU links get into the list, and out of it without a report.
 
+#include <gmock/gmock.h>
+
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <fstream>
@@ -54,6 +57,38 @@ protected:
         return static_cast<std::size_t>(
             std::distance(std::sregex_iterator(list.begin(), list.end(), mac), {}));
     }
+};
+
+/// A card that answers as often as it is asked: the link 0a is in both lists, 0b is discovered. The
+/// daemon knows 0a, which is on-line. A new one for each try takes memory in the same order.
+class CardOfOneRefresh : public PONCardLinkListTest {
+public:
+    CardOfOneRefresh() {
+        discover("0a");
+        transport.answerTheRest([](const Bytes& request) {
+            Bytes answer = bytes(request[1] == 0x76 ? "00 76 00 00 00 08 00 00 00 0f e9 00 00 0a"
+                                                    : "00 44 00 00 00 0e 00 00 00 0f e9 00 00 0a"
+                                                      " 00 0f e9 00 00 0b");
+            std::copy_n(request.begin() + 2, 2, answer.begin() + 2);  // the ctag
+            return std::vector<Bytes>{answer};
+        });
+    }
+
+    /// Whether an allocation failed behind so many; the others get their memory.
+    bool refreshWithout(int spared) {
+        bool failed = false;
+        textPrintedBy([&] {
+            const FailingAllocation failure(FailingAllocation::Kind::Throwing, 1, spared);
+            helper.doGetAllOnuKnown(false);
+            failed = failure.hasFailed();
+        });
+        return failed;
+    }
+
+    std::string linksNow() { return links(); }
+
+private:
+    void TestBody() override {}
 };
 
 class PONCardOnuInformationTest : public PONCardLinkFixture {
@@ -183,6 +218,18 @@ TEST_F(PONCardLinkListTest, ARefreshThatFailsOtherwiseIsPrintedUnderItsName) {
                   helper.doGetAllOnuKnown(false);
               }),
               "Unknown Error at doGetAllOnuKnown\n");
+}
+
+TEST(PONCardRefreshWithoutMemoryTest, TakesNoLinkInServiceOfflineWhereverMemoryIsMissing) {
+    bool failed = true;
+    std::string last;
+    for (int spared = 0; failed; spared++) {
+        CardOfOneRefresh card;
+        failed = card.refreshWithout(spared);
+        last = card.linksNow();
+        EXPECT_THAT(last, testing::Not(testing::HasSubstr(R"("online_status":"0")"))) << spared;
+    }
+    EXPECT_THAT(last, testing::HasSubstr(kB));
 }
 
 // --- doGetOnuInformation ---

@@ -10,14 +10,21 @@ namespace {
 
 thread_local int noThrowFailures = 0;
 thread_local int throwingFailures = 0;
+thread_local int sparedAllocations = 0;
+thread_local bool oneHasFailed = false;
 
 bool shallFail(int& failures) {
     if (failures == 0) {
         return false;
     }
+    if (sparedAllocations > 0) {
+        sparedAllocations--;
+        return false;
+    }
     if (failures > 0) {
         failures--;
     }
+    oneHasFailed = true;
     return true;
 }
 
@@ -41,13 +48,19 @@ void* allocateOrNull(std::size_t size) noexcept {
 
 namespace ponmgr::test {
 
-FailingAllocation::FailingAllocation(Kind kind, int count) {
+FailingAllocation::FailingAllocation(Kind kind, int count, int spared) {
+    sparedAllocations = spared;
+    oneHasFailed = false;
     (kind == Kind::NoThrow ? noThrowFailures : throwingFailures) = count;
 }
 
 FailingAllocation::~FailingAllocation() {
     noThrowFailures = 0;
     throwingFailures = 0;
+}
+
+bool FailingAllocation::hasFailed() const {
+    return oneHasFailed;
 }
 
 }  // namespace ponmgr::test
