@@ -56,8 +56,19 @@ install_missing() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# build PRESET [-DNAME=VALUE...] [TARGET...]: configures and builds quietly; the whole output on failure. One at a
-# time in each preset's folder; others wait.
+# alone_in PRESET COMMAND...: runs the command while nobody else configures or builds in the preset's folder; others
+# wait.
+alone_in() {
+    local folder=build/$1
+    shift
+    mkdir -p "$folder"
+    (
+        flock 9
+        "$@"
+    ) 9>"$folder/lock"
+}
+
+# build PRESET [-DNAME=VALUE...] [TARGET...]: configures and builds quietly; the whole output on failure.
 build() {
     local preset=$1 log word settings=() targets=()
     shift
@@ -65,14 +76,15 @@ build() {
         case $word in -D*) settings+=("$word") ;; *) targets+=("--target=$word") ;; esac
     done
     log=build/$preset/build.log
-    mkdir -p "build/$preset"
-    if ! (
-        flock 9
-        cmake --preset "$preset" "${settings[@]}" >"$log" 2>&1 &&
-            cmake --build --preset "$preset" "${targets[@]}" >>"$log" 2>&1
-    ) 9>"build/$preset/lock"; then
+    if ! alone_in "$preset" configure_and_build; then
         cat "$log" >&2
         echo "The build of preset $preset failed; its output is above and in $log." >&2
         return 1
     fi
+}
+
+# With the variables of `build`.
+configure_and_build() {
+    cmake --preset "$preset" "${settings[@]}" >"$log" 2>&1 &&
+        cmake --build --preset "$preset" "${targets[@]}" >>"$log" 2>&1
 }
