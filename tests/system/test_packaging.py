@@ -6,6 +6,7 @@ import re
 import shlex
 import shutil
 import subprocess
+import time
 from contextlib import ExitStack
 from pathlib import Path
 
@@ -13,7 +14,7 @@ import pytest
 
 from conftest import BUILD, ROOT
 from support import namespace
-from support.card import PORT
+from support.card import PORT, Card
 from support.other_users import SOMEBODY, need_other_users, of_somebody, open_to_all
 from support.peer import COMMANDS, NOTIFICATIONS
 from support.product import ask, control, inventory, truth, wait_in_service
@@ -26,6 +27,7 @@ UNITS = {"ponmgrd": EXAMPLES / "ponmgrd.service", "dbman": EXAMPLES / "ponmgr-db
 USERS = EXAMPLES / "ponmgr-sysusers.conf"
 FILTER = EXAMPLES / "ponmgr.nft"
 USER = "ponmgr"
+SLOT = 3  # its first probe comes after three seconds
 GET_INFORMATION, DISABLE = "000700010000", "000900010000"
 
 
@@ -72,6 +74,17 @@ def test_the_packet_filter_is_about_the_cards_port_and_the_units_user():
 
 # --- as the units say ---
 
+def confinement(name, **changed):
+    """The rights that a unit, or one with changed settings, leaves its program, as words of the program that starts
+    it as somebody."""
+    settings = {**unit(name), **changed}
+    if "CapabilityBoundingSet" in settings:
+        left = settings["CapabilityBoundingSet"].lower().replace("cap_", "+").split()
+        yield "--bounding-set=" + ",".join(["-all", *left])
+    if settings.get("NoNewPrivileges") == "yes":
+        yield "--no-new-privs"
+
+
 @pytest.fixture
 def user():
     """The units' user is there."""
@@ -107,10 +120,10 @@ def product(processes, user, monkeypatch):
         processes("chassis-sim", "--slots", following("--slots"), "--onus", "1", "--configured", "--base",
                   following("--base")).wait_for_line("chassis-sim ready")
         programs = {name: open_to_all(name) for name in UNITS}
-        processes(*of_somebody(programs["dbman"], *words("dbman")[1:]))
+        processes(*of_somebody(*confinement("dbman"), programs["dbman"], *words("dbman")[1:]))
         monkeypatch.setenv("PATH", f"{programs['dbman'].parent}:{os.environ['PATH']}")
         subprocess.run(of_somebody(*words("dbman", "ExecStartPost")), check=True, timeout=60)
-        daemon = processes(*of_somebody(programs["ponmgrd"], *words("ponmgrd")[1:]))
+        daemon = processes(*of_somebody(*confinement("ponmgrd"), programs["ponmgrd"], *words("ponmgrd")[1:]))
         wait_in_service("100s")
         wait_for_agreement()
         yield daemon
@@ -127,7 +140,45 @@ def wait_for_agreement():
 def test_started_as_the_units_say_the_product_doesnt_meet_who_was_first_in_the_common_tmp(product):
     assert product.is_running()
     assert os.stat(COMMANDS).st_uid == os.stat(NOTIFICATIONS).st_uid == SOMEBODY
-    assert product.count("ping:") == 0, "its user may ping"
+    wait_for(lambda: namespace.pings_answered() > 0, 40, "its user may ping")
+    assert product.count("ping:") == 0
+
+
+NOBODYS = "1 0"  # what the kernel begins with
+NOT_PERMITTED = "Operation not permitted"  # what the shell says of ping, or ping of its socket
+
+
+@pytest.fixture
+def probing(processes, peer):
+    """Starts the daemon with the rights that its unit leaves it, but for the changed settings, and gives it a card."""
+    need_other_users()
+    os.chmod(NOTIFICATIONS, 0o666)
+
+    def start(groups, **changed):
+        Path("/proc/sys/net/ipv4/ping_group_range").write_text(groups)
+        daemon = processes(*of_somebody(*confinement("ponmgrd", **changed), open_to_all("ponmgrd")))
+        peer.wait_for("/olt/get/all/ip")
+        Card(SLOT, marked=True)
+        peer.address(SLOT)
+        return daemon
+
+    return start
+
+
+@pytest.mark.parametrize("setting, value", [("CapabilityBoundingSet", ""), ("NoNewPrivileges", "yes")])
+def test_with_fewer_rights_than_its_unit_leaves_it_the_daemon_takes_no_card_for_dead(probing, peer, setting, value):
+    namespace.answer_ping(False)
+    daemon = probing(NOBODYS, **{setting: value})
+    daemon.wait_for_line(NOT_PERMITTED, 40)
+    time.sleep(1)  # a probe that fails is repeated at once
+    assert daemon.count(NOT_PERMITTED) == 1, "this one counts as answered"
+    peer.wait_for("/olt/new", SLOT, matching=lambda data: data["online_status"] == "1")
+
+
+def test_without_new_privileges_the_daemon_pings_where_its_group_may(probing):
+    daemon = probing(f"{SOMEBODY} {SOMEBODY}", NoNewPrivileges="yes")
+    wait_for(lambda: namespace.pings_answered() > 0, 40)
+    assert daemon.count(NOT_PERMITTED) == 0
 
 
 def tool(name):
