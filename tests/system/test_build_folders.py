@@ -26,8 +26,9 @@ def as_cmake_sees_it(command):
     for name in ("cmake", "git", "clang-format", "clang-tidy", "shellcheck"):
         (programs / name).write_text(CMAKE if name == "cmake" else "#!/bin/sh\n")
         (programs / name).chmod(0o755)
-    subprocess.run(["bash", "-c", command], cwd=PROJECT, env={**os.environ, "PATH": f"{programs}:{os.environ['PATH']}"},
-                   capture_output=True, timeout=60)
+    path = f"{programs}:{os.environ['PATH']}"
+    subprocess.run(["bash", "-c", command], cwd=PROJECT, env={**os.environ, "PATH": path}, capture_output=True,
+                   timeout=60)
     return (PROJECT / "cmake-calls").read_text().splitlines()
 
 

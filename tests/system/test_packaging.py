@@ -150,7 +150,7 @@ NOT_PERMITTED = "Operation not permitted"  # what the shell says of ping, or pin
 
 @pytest.fixture
 def probing(processes, peer):
-    """Starts the daemon with the rights that its unit leaves it, but for the changed settings, and gives it a card."""
+    """Starts the daemon with the rights that its unit, or one with changed settings, leaves it, and gives it a card."""
     need_other_users()
     os.chmod(NOTIFICATIONS, 0o666)
 
