@@ -5,6 +5,7 @@ import json
 import re
 import shlex
 import subprocess
+from itertools import takewhile
 
 import pytest
 
@@ -102,8 +103,7 @@ def functions(name):
 
 @everything
 def test_functions_that_can_be_called_by_address_begin_with_a_mark_for_it(name):
-    """Each of them without exception: those in tables, those whose address code loads, those exported.
-    The file as a whole isn't marked, since Debian's start-up code isn't."""
+    """Each of them without exception: those in tables, those whose address code loads, those exported."""
     first, loaded = functions(name)
     in_tables = re.findall(r"R_X86_64_RELATIVE\s+([0-9a-f]+)$", readelf(name, "--relocs"), re.M)
     exported = re.findall(r"\d+: ([0-9a-f]{16})\s+\d+ FUNC\s+(?:GLOBAL|WEAK)\s+DEFAULT\s+\d+ ",
@@ -111,6 +111,26 @@ def test_functions_that_can_be_called_by_address_begin_with_a_mark_for_it(name):
     targets = {int(address, 16) for address in [*in_tables, *loaded, *exported]} & first.keys()
     assert len(targets) >= 10
     assert [first[address] for address in targets if first[address][1] != "endbr64"] == []
+
+
+def marked_as_a_whole(*files):
+    """How many of the files say that nothing in them is called by address but what has the mark for it."""
+    notes = run("readelf", "--wide", "--notes", *files)
+    return len(re.findall(r"Properties:.*\bx86 feature: .*\bIBT\b", notes))
+
+
+@everything
+def test_all_of_our_code_is_marked_as_a_whole(name):
+    objects = [BUILD / words[words.index("-o") + 1] for words in compilations(name)]
+    assert marked_as_a_whole(*objects) == len(objects)
+
+
+@everything
+def test_what_is_shipped_is_not_marked_as_a_whole_since_debians_start_up_code_is_not(name):
+    compiler = list(takewhile(lambda word: not word.startswith("-"), compilations(name)[0]))
+    start_up_code = run(*compiler, "-print-file-name=crti.o").strip()
+    assert marked_as_a_whole(start_up_code) == 0
+    assert marked_as_a_whole(BUILD / name) == 0
 
 
 @everything

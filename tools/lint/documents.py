@@ -15,7 +15,6 @@ ROW = re.compile(r"^\| (?!Statement)([^-].*?) \| (.*) \|$", re.M)
 # Between the tables of a section: what their rows have in common.
 LEAD_IN = re.compile(r"[^.]*:")
 TABLE_HEAD = ("| Statement | Shown by |", "|---|---|")
-IN_ROWS = ("## Somebody who ", "## Where others ")
 
 
 def files(*patterns):
@@ -65,12 +64,12 @@ def unproven_statements():
 
 
 def loose_statements():
-    """What somebody can do, and what keeps him from it, stands in rows, where tests must be named."""
-    heading = ""
+    """What the sections state stands in rows, where tests must be named."""
+    in_sections = False
     for number, line in enumerate(Path(SECURITY).read_text().splitlines(), 1):
         if line.startswith("## "):
-            heading = line
-        elif heading.startswith(IN_ROWS) and line and not (
+            in_sections = True
+        elif in_sections and line and not (
                 line in TABLE_HEAD or ROW.fullmatch(line) or LEAD_IN.fullmatch(line)):
             yield f"{SECURITY}:{number}: neither a row nor a lead-in that ends in ':': '{line}'"
 
