@@ -1,10 +1,11 @@
-"""The example units and the example packet filter are what docs/security.md says of them."""
+"""The examples of units, packet filter and limits are what they and docs/security.md say of them."""
 
 import configparser
 import os
 import re
 import shlex
 import shutil
+import socket
 import subprocess
 import time
 from contextlib import ExitStack
@@ -26,6 +27,7 @@ EXAMPLES = ROOT / "packaging/examples"
 UNITS = {"ponmgrd": EXAMPLES / "ponmgrd.service", "dbman": EXAMPLES / "ponmgr-dbman.service"}
 USERS = EXAMPLES / "ponmgr-sysusers.conf"
 FILTER = EXAMPLES / "ponmgr.nft"
+LIMITS = EXAMPLES / "ponmgr-sysctl.conf"
 USER = "ponmgr"
 SLOT = 3  # its first probe comes after three seconds
 GET_INFORMATION, DISABLE = "000700010000", "000900010000"
@@ -70,6 +72,43 @@ def test_the_units_are_ordered_before_anybody_can_log_in():
 def test_the_packet_filter_is_about_the_cards_port_and_the_units_user():
     rule, = [line.strip() for line in FILTER.read_text().splitlines() if "dport" in line]
     assert rule == f"udp dport {PORT} meta skuid != {{ root, {USER} }} counter drop"
+
+
+# --- the limits for sockets ---
+
+# Their numbers, with the right to exceed the machine's limits and without it.
+SEND_BUFFER, RECEIVE_BUFFER = (32, socket.SO_SNDBUF), (33, socket.SO_RCVBUF)
+
+
+def limit(name):
+    lines = [line for line in LIMITS.read_text().splitlines() if line and not line.startswith("#")]
+    return int(dict(line.split(" = ") for line in lines)[name])
+
+
+def given(buffer, size):
+    """What the kernel gives for `size`: with a limit of that size it gives no more."""
+    beyond_limits, within_limits = buffer
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as asking:
+        try:
+            asking.setsockopt(socket.SOL_SOCKET, beyond_limits, size)
+        except PermissionError:  # nor has the daemon this right then
+            asking.setsockopt(socket.SOL_SOCKET, within_limits, size)
+        return asking.getsockopt(socket.SOL_SOCKET, within_limits)
+
+
+def buffers(process, family, kind):
+    """Of each of its sockets: of what comes in ("rb"), or of what it sends ("tb")."""
+    words = ("ss", f"--{family}", "--all", "--memory", "--processes", "--no-header", "--oneline")
+    told = subprocess.run(words, check=True, capture_output=True, text=True).stdout
+    return [int(re.search(rf"[(,]{kind}(\d+)", line)[1]) for line in told.splitlines()
+            if f",pid={process.pid}," in line]
+
+
+def test_the_limits_let_the_daemon_have_the_buffers_that_it_asks_for(daemon, peer):
+    peer.address(1)
+    receiving = wait_for(lambda: buffers(daemon, "udp", "rb"))
+    assert receiving == [given(RECEIVE_BUFFER, limit("net.core.rmem_max"))]
+    assert buffers(daemon, "unix", "tb") == [given(SEND_BUFFER, limit("net.core.wmem_max"))] * 2
 
 
 # --- as the units say ---
@@ -150,7 +189,7 @@ NOT_PERMITTED = "Operation not permitted"  # what the shell says of ping, or pin
 
 @pytest.fixture
 def probing(processes, peer):
-    """Starts the daemon with the rights that its unit, or one with changed settings, leaves it, and gives it a card."""
+    """Starts the daemon with the rights that its unit, or one with changed settings, leaves it; gives it a card."""
     need_other_users()
     os.chmod(NOTIFICATIONS, 0o666)
 
