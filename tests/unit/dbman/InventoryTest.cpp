@@ -101,6 +101,19 @@ TEST(Inventory, OnusThatASlotInventsTakeNothingFromTheOthers) {
     EXPECT_EQ(inventory.onus(1).size(), 512U);
 }
 
+TEST(Inventory, AClaimedOnuMakesRoomForInventedOnesAndIsBackByItsOwnSlotsReport) {
+    auto inventory = inventoryOf({});
+    inventory.updateOnu("claimed", 2, {{"online_status", "1"}}, kTime);
+    inventory.updateOnu("claimed", 1, {{"online_status", "0"}}, kTime);
+    for (std::size_t number = 0; number < Inventory::kMaximumOnusOfASlot; ++number) {
+        ASSERT_TRUE(inventory.findOnu("claimed")) << number;
+        inventory.updateOnu(std::to_string(number), 1, {}, kTime);
+    }
+    EXPECT_FALSE(inventory.findOnu("claimed"));
+    EXPECT_TRUE(inventory.updateOnu("claimed", 2, {{"online_status", "1"}}, kTime));
+    EXPECT_EQ(inventory.findOnu("claimed")->slot, 2);
+}
+
 TEST(Inventory, AnOnuThatMovesIntoAFullSlotTakesThePlaceOfItsOldestOffLineOne) {
     auto inventory = inventoryOf({});
     inventory.updateOnu("older", 1, {{"online_status", "0"}}, kTime - std::chrono::hours(1));
