@@ -41,8 +41,8 @@ public:
     void waitWorkerFinish();
 
     /// Queues a message to be sent. Any thread. Throws "Too many notifications wait" when
-    /// kMostBytes wait: the database manager reads nothing, and what can't be queued is reported
-    /// again later.
+    /// kMostBytes wait: the database manager reads nothing. Cards, on-line ONUs and alarms are
+    /// reported again at the next pass; that ONUs have left is said only once, and lost.
     void addNotification(std::unique_ptr<APIData> message);
 
     /// A minute of a storm of a thousand alarms a second.

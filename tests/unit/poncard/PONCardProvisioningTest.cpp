@@ -11,6 +11,7 @@ namespace {
 constexpr const char* kA = "00:0f:e9:00:00:0a";
 constexpr const char* kB = "00:0f:e9:00:00:0b";
 constexpr const char* kC = "00:0f:e9:00:00:0c";
+constexpr const char* kQueueIsFull = "addNotification[#]: Too many notifications wait\n";
 
 // What is sent for one link; ctags 1 to 6. The queues are 2101, 3101 and 4101.
 constexpr const char* kEnable = "01 81 00 01 00 06 00 0f e9 00 00 0a";
@@ -318,6 +319,46 @@ TEST_F(PONCardProvisioningTest, AnOnlineLinkWhoseReportFailsIsReportedInTheNextP
               "createObject[#]: Impossible to allocate memory\n");
     helper.doSetAllOnuGigabit();
     EXPECT_EQ(takeNotifications(), Texts{onuReport(kProvisionedA)});
+}
+
+// --- while the database manager reads nothing ---
+
+TEST_F(PONCardProvisioningTest, AnOnlineLinkThatIsRefusedByAFullQueueIsReportedInTheNextPass) {
+    discover("0a");
+    transport.acceptTheRest();
+    fillNotifications();
+    EXPECT_EQ(linesPrintedBy([this] { helper.doSetAllOnuGigabit(); }), kQueueIsFull);
+    takeNotifications();
+    helper.doSetAllOnuGigabit();
+    EXPECT_EQ(takeNotifications(), Texts{onuReport(kProvisionedA)});
+}
+
+TEST_F(PONCardProvisioningTest, ALinkThatLeavesWhileTheQueueIsFullIsGoneAndItsLeavingIsLost) {
+    discoverAndProvision({"0a"});
+    emit(linkAlarm("0a", "17", "01"));
+    helper.handleAlarms();
+    fillNotifications();
+    EXPECT_EQ(linesPrintedBy([this] { helper.doSetAllOnuGigabit(); }), kQueueIsFull);
+    takeNotifications();
+    EXPECT_EQ(links(), listOf({}));
+    helper.doSetAllOnuGigabit();
+    EXPECT_EQ(takeNotifications(), Texts{});
+}
+
+TEST_F(PONCardProvisioningTest, ThatAllLinksLeftWhileTheQueueIsFullIsLostUntilItIsSaidAnew) {
+    discoverAndProvision({"0a"});
+    helper.doReportOLTModule();
+    fillNotifications();
+    EXPECT_EQ(linesPrintedBy([this] { helper.setInitialState(); }), kQueueIsFull);
+    takeNotifications();
+    EXPECT_EQ(links(), listOf({}));
+    helper.doReportOLTModule();
+    helper.doSetAllOnuGigabit();
+    EXPECT_EQ(takeNotifications(), Texts{});
+    helper.setInitialState();
+    EXPECT_EQ(takeNotifications(),
+              Texts{R"({"action":"set","uri":"/onu/set/all/offline","data":{"id":"0",)"
+                    R"("slot_id":"3"}})"});
 }
 
 }  // namespace ponmgr::test
