@@ -437,3 +437,17 @@ def test_ponmgrd_without_memory_goes_on_when_there_is_some_again(without_memory,
         every_kind_of_work()
     control("card", "5", "insert")
     assert memory.denied() > 8 and daemon.texts() != []
+
+
+@pytest.mark.shipped
+def test_dbman_that_ends_for_lack_of_memory_is_right_again_when_it_is_started_again(chassis, processes, monkeypatch):
+    memory = MemoryShortage("dbman", Path("/tmp"), monkeypatch.setenv)
+    _, manager, daemon = chassis("1,2", "--onus", "2", "--configured")
+    memory.deny(1)
+    control("onu", "1/0/1", "unplug")
+    manager.wait_for_termination()
+    memory.end()
+    processes("dbman", "serve").wait_for_line("dbman ready")
+    wait_for_agreement(60)
+    assert len(inventory()[1]) == 7
+    assert daemon.is_running()
