@@ -16,7 +16,7 @@ from support.alarms import counted_as_lost, reported
 from support.card import (GET_DOMAINS, GET_OLT_INFORMATION, REPORT_ALARM, Card, event, olt_information,
                           response)
 from support.clock import WallClock
-from support.measures import Journal, dropped_at, repeated, resident, resting_descriptors, with_shadow
+from support.measures import Journal, dropped_at, repeated, resident, resting_descriptors, with_overhead
 from support.measures import descriptors as open_descriptors
 from support.memory import MemoryShortage
 from support.process import Process, halted
@@ -181,7 +181,7 @@ def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chas
         wait_for_bursts_end(seconds * 2 + 30)
         control("onu", "2/0/0", "unplug")
         # sixteen MiB of notifications, and what they are made from
-        assert resident(daemon.pid) < memory + with_shadow(160)
+        assert resident(daemon.pid) < memory + with_overhead(160)
 
     def known():
         return (reported() + reported("Report Timeout") - before + counted_as_lost(daemon) +
@@ -197,7 +197,8 @@ def test_a_database_manager_that_stops_gets_all_that_is_not_counted_as_lost(chas
         ask("dbman", "slot", "announce", "2")
     wait_for_agreement(60)
     assert len(inventory()[1]) == 15
-    wait_for(lambda: resident(daemon.pid) < memory + with_shadow(64), 60)
+    wait_for(lambda: resident(daemon.pid) < memory + with_overhead(64), 60,
+             lambda: f"{resident(daemon.pid)} MiB, after {memory} before")
     assert wait_for(lambda: resting_descriptors(daemon.pid), 60) == descriptors
 
 
